@@ -1,0 +1,57 @@
+// The one engine object: the game position and its history, the search's
+// ordering tables and principal variation, and the protocols' state. It
+// lives from start-up to exit.
+#pragma once
+#include <cstdio>
+
+#include "position/board.h"
+#include "position/makemove.h"
+#include "position/movegen.h"
+
+namespace orvo {
+
+constexpr const char* ORVO_VERSION = "2.14a_x64";
+
+// The protocols stop taking moves well before the key history could wrap
+// under the game plus a full-depth search line.
+constexpr int MAX_GAME_PLY = KEY_HISTORY_SIZE - 128;
+
+class chess {
+ public:
+  chess();
+  virtual ~chess();
+  chess(const chess&) = delete;
+  chess& operator=(const chess&) = delete;
+
+  board pos;
+  movegen gen;
+  undo game_history[KEY_HISTORY_SIZE];
+
+  // Search: killers and history (move ordering), the picker's phase table,
+  // the root depth in plies and the principal variation (0-terminated; the
+  // slot past the last usable one stays 0).
+  Move killers[64][2];
+  i32 history[2][64][64];
+  i32 phase_table[8];
+  i32 evasion_start, normal_start;
+  i32 root_depth;
+  Move pv[65];
+
+  // Protocol mode: set together by main_loop.
+  u8 uci_mode, xboard_mode;
+
+  // Engine flags shared by the protocols and the search's input poll.
+  // force_mode doubles as UCI's "bestmove owed" flag.
+  u8 searching, force_mode, ponder_search, pondering, ponder_hit, ponder_interrupted;
+
+  // xboard state.
+  i32 computer_side;
+  u8 ponder_on, post_on, show_board, game_over, quit_requested, book_on;
+
+  // Opening book.
+  std::FILE* book_file;
+  u32 book_records;
+  u32 book_failures;
+};
+
+}  // namespace orvo

@@ -1,0 +1,43 @@
+#include "engine/main_loop.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "engine/chess.h"
+#include "protocol/input.h"
+#include "protocol/xboard.h"
+
+namespace orvo {
+
+void do_command(chess& c, const char* line) {
+  if (std::strcmp(line, "xb") == 0 || std::strcmp(line, "xboard") == 0) {
+    c.uci_mode = 0;
+    c.xboard_mode = 1;
+    std::setvbuf(stdout, nullptr, _IONBF, 0);
+    xboard_init(c);
+    std::printf("\n");
+    xboard_loop(c);
+    std::printf("Orvo is leaving main_loop.\n");
+    std::exit(0);
+  }
+  if (std::strncmp(line, "create", 6) == 0) {
+    std::exit(0);
+  }
+  if (std::strcmp(line, "quit") == 0) std::exit(0);
+  std::printf("unknown command\n");
+}
+
+void main_loop(chess& c) {
+  char line[256];
+  for (;;) {
+    if (!read_line(line, sizeof line)) std::exit(0);
+    // The last character goes: the newline, or the last character of a
+    // line cut at 255 characters or ended without a newline.
+    size_t len = std::strlen(line);
+    if (len > 0) line[len - 1] = 0;
+    do_command(c, line);
+  }
+}
+
+}  // namespace orvo

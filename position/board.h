@@ -1,0 +1,62 @@
+// One chess position, kept twice over: a mailbox and bitboards (with three
+// rotated occupancy boards for slider lookups), plus the incremental keys,
+// material sums and counters the search and evaluation read.
+#pragma once
+#include "position/types.h"
+
+namespace orvo {
+
+// Indices into board::white / board::black.
+enum BitboardIndex : int { BB_PAWN = 0, BB_KNIGHT, BB_BISHOP, BB_ROOK, BB_QUEEN, BB_ALL };
+
+class board {
+ public:
+  board() = default;
+  board(const board&) = default;
+  board& operator=(const board&) = default;
+  virtual ~board() = default;
+  bool operator==(const board&) const = default;
+
+  i8 piece[64] = {};
+  u8 color[64] = {};
+  i32 king_sq[2] = {};
+  i32 hist_ply = 0;
+  i32 fifty = 0;
+  i32 side = WHITE;
+  i32 xside = BLACK;
+  u32 castle = 0;
+  i32 ep = -1;
+  Move last_move = 0;
+  u64 white[6] = {};  // pawns, knights, bishops, rooks, queens, all (kings only here)
+  u64 black[6] = {};
+  u64 occupied = 0;
+  u64 pawns_all = 0;  // evaluation scratch, not kept by make/unmake
+  u64 occ_diag_h1a8 = 0;
+  u64 occ_diag_a1h8 = 0;
+  u64 occ_file = 0;
+  u64 key = 0;
+  u64 pawn_key = 0;
+  u64 mat_key = 0;
+  i32 material[2] = {};
+  i32 pieces_count[2] = {};
+  i32 pawn_count[2] = {};
+  i32 phase_units[2] = {};
+  u8 in_check = 0;
+  u8 castled[2] = {};
+  i32 phase = 0;
+  // Evaluation scratch: pressure on the Black king, pressure on the White
+  // king, and the two positional sums (Black's, White's).
+  i32 king_attack[2] = {};
+  i32 positional[2] = {};
+
+  // The bitboard set of one colour, chosen by the colour code.
+  u64* bb(int c) { return c == WHITE ? white : black; }
+  const u64* bb(int c) const { return c == WHITE ? white : black; }
+  // Kings are not kept in a board of their own; this derives them.
+  u64 kings(int c) const {
+    const u64* b = bb(c);
+    return b[BB_ALL] & ~(b[BB_PAWN] | b[BB_KNIGHT] | b[BB_BISHOP] | b[BB_ROOK] | b[BB_QUEEN]);
+  }
+};
+
+}  // namespace orvo

@@ -1,0 +1,331 @@
+#include "position/makemove.h"
+
+#include "position/fen.h"
+#include "position/movegen.h"
+#include "position/tables.h"
+
+namespace orvo {
+
+u64 KeyHistory[KEY_HISTORY_SIZE];
+
+namespace {
+
+inline void toggle_rotated(board& b, int sq) {
+  b.occ_file ^= rot90_bit[sq];
+  b.occ_diag_h1a8 ^= rot_h1a8_bit[sq];
+  b.occ_diag_a1h8 ^= rot_a1h8_bit[sq];
+}
+
+// Per-colour constants of make and unmake.
+template <int C>
+struct Side {
+  static constexpr int home = C == WHITE ? E1 : E8;
+  static constexpr int push = C == WHITE ? -8 : 8;
+  static constexpr u32 short_right = C == WHITE ? WHITE_SHORT : BLACK_SHORT;
+  static constexpr u32 long_right = C == WHITE ? WHITE_LONG : BLACK_LONG;
+  static constexpr u32 keep_other_rights = C == WHITE ? 12 : 3;
+  static constexpr int short_corner = C == WHITE ? H1 : H8;
+  static constexpr int long_corner = C == WHITE ? A1 : A8;
+};
+
+template <int C>
+inline void move_rook(board& b, int from, int to) {
+  u64* own = b.bb(C);
+  const u64 ft = (1ull << from) | (1ull << to);
+  toggle_rotated(b, from);
+  toggle_rotated(b, to);
+  b.piece[from] = EMPTY;
+  b.color[from] = NO_COLOR;
+  b.piece[to] = ROOK;
+  b.color[to] = u8(C);
+  own[BB_ROOK] ^= ft;
+  own[BB_ALL] ^= ft;
+}
+
+template <int C>
+void unmake_t(board& b, const undo& u);
+
+template <int C>
+bool make_t(board& b, const Move m, undo& u) {
+  using S = Side<C>;
+  constexpr int O = C ^ 1;
+  const int from = move_from(m), to = move_to(m);
+  const int cap = move_captured(m), promo = move_promotion(m), pc = move_piece(m);
+  u64* own = b.bb(C);
+  u64* opp = b.bb(O);
+
+  u.key = b.key;
+  u.pawn_key = b.pawn_key;
+  u.mat_key = b.mat_key;
+  u.move = m;
+  u.last_move = b.last_move;
+  u.castle = u8(b.castle);
+  u.ep = u8(b.ep);
+  u.fifty = u8(b.fifty);  // truncated: unmake brings a clock above 127 back negative
+  u.king_sq = u8(b.king_sq[C]);
+  u.castled = b.castled[C];
+  u.in_check = b.in_check;
+  u.phase = b.phase;
+
+  KeyHistory[b.hist_ply & (KEY_HISTORY_SIZE - 1)] = b.key;
+
+  const int old_ep = b.ep;
+  b.key ^= zobrist_side[C];
+  if (old_ep != -1) {
+    b.key ^= zobrist_castle_ep[old_ep];
+    b.ep = -1;
+  }
+  b.key ^= zobrist_castle_ep[b.castle];
+  ++b.fifty;
+  toggle_rotated(b, from);
+  toggle_rotated(b, to);
+  b.piece[from] = EMPTY;
+  b.color[from] = NO_COLOR;
+
+  const u64 ft = (1ull << from) | (1ull << to);
+  bool ep_capture = false;
+  switch (pc) {
+    case KNIGHT:
+    case BISHOP:
+    case QUEEN:
+      own[pc - 1] ^= ft;
+      own[BB_ALL] ^= ft;
+      b.key ^= zobrist[C][pc][from] ^ zobrist[C][pc][to];
+      break;
+    case ROOK:
+      own[BB_ROOK] ^= ft;
+      own[BB_ALL] ^= ft;
+      b.key ^= zobrist[C][ROOK][from] ^ zobrist[C][ROOK][to];
+      if (from == S::short_corner) b.castle &= ~S::short_right;
+      if (from == S::long_corner) b.castle &= ~S::long_right;
+      break;
+    case KING:
+      if (from == S::home && (to == S::home + 2 || to == S::home - 2)) {
+        const bool is_short = to == S::home + 2;
+        const int step = is_short ? 1 : -1;
+        // Refused castling: the right is gone, or the king's square, the
+        // square it crosses or its destination is attacked. The b-file
+        // square of a long castling may be attacked.
+        bool refused = !(b.castle & (is_short ? S::short_right : S::long_right));
+        for (int i = 0; i < 3 && !refused; ++i)
+          if (is_attacked(b, S::home + i * step, O)) refused = true;
+        if (refused) {
+          toggle_rotated(b, from);
+          toggle_rotated(b, to);
+          b.piece[from] = KING;
+          b.color[from] = u8(C);
+          b.fifty = i8(u.fifty);
+          b.ep = old_ep;
+          b.key = u.key;
+          return false;
+        }
+        own[BB_ALL] ^= ft;
+        b.key ^= zobrist[C][KING][from] ^ zobrist[C][KING][to];
+        b.king_sq[C] = to;
+        b.castled[C] = 1;
+        b.castle &= S::keep_other_rights;
+        const int rook_from = is_short ? S::short_corner : S::long_corner;
+        const int rook_to = S::home + step;
+        move_rook<C>(b, rook_from, rook_to);
+        b.key ^= zobrist[C][ROOK][rook_from] ^ zobrist[C][ROOK][rook_to];
+      } else {
+        own[BB_ALL] ^= ft;
+        b.key ^= zobrist[C][KING][from] ^ zobrist[C][KING][to];
+        b.king_sq[C] = to;
+        b.castle &= S::keep_other_rights;
+      }
+      break;
+    case PAWN: {
+      own[BB_PAWN] ^= ft;
+      own[BB_ALL] ^= ft;
+      const u64 k = zobrist[C][PAWN][from] ^ zobrist[C][PAWN][to];
+      b.key ^= k;
+      b.pawn_key ^= k;
+      if (to == old_ep && cap == PAWN && b.piece[to] == EMPTY) {
+        const int victim = to - S::push;
+        b.piece[victim] = EMPTY;
+        b.color[victim] = NO_COLOR;
+        opp[BB_PAWN] ^= 1ull << victim;
+        opp[BB_ALL] ^= 1ull << victim;
+        toggle_rotated(b, victim);
+        b.material[O] -= 100;
+        --b.pawn_count[O];
+        b.key ^= zobrist[O][PAWN][victim];
+        b.pawn_key ^= zobrist[O][PAWN][victim];
+        ep_capture = true;
+      } else if (promo) {
+        own[BB_PAWN] ^= 1ull << to;
+        b.material[C] -= 100;
+        --b.pawn_count[C];
+        b.key ^= zobrist[C][PAWN][to];
+        b.pawn_key ^= zobrist[C][PAWN][to];
+        own[promo - 1] ^= 1ull << to;
+        b.key ^= zobrist[C][promo][to];
+        b.material[C] += piece_value[promo];
+        b.phase_units[C] += phase_unit[promo];
+        ++b.pieces_count[C];
+      } else if (to - from == 2 * S::push) {
+        // Deliberate: the neighbour test looks at square numbers only, so
+        // an enemy pawn across the board's edge (a White pawn on a4 when a
+        // Black pawn arrives on h5) also sets the en-passant square. It changes the key, and with it repetition
+        // and hash behaviour, so it stays.
+        if ((b.piece[to - 1] == PAWN && b.color[to - 1] == O) ||
+            (b.piece[to + 1] == PAWN && b.color[to + 1] == O))
+          b.ep = from + S::push;
+      }
+      b.fifty = 0;
+      break;
+    }
+    default:
+      break;
+  }
+  b.piece[to] = i8(promo ? promo : pc);
+  b.color[to] = u8(C);
+
+  if (cap && !ep_capture) {
+    b.fifty = 0;
+    toggle_rotated(b, to);  // the first toggle emptied it; the mover stands there
+    if (cap != KING) opp[cap - 1] ^= 1ull << to;
+    opp[BB_ALL] ^= 1ull << to;
+    b.material[O] -= piece_value[cap];
+    b.phase_units[O] -= phase_unit[cap];
+    if (cap == PAWN) {
+      --b.pawn_count[O];
+      b.pawn_key ^= zobrist[O][PAWN][to];
+    } else {
+      --b.pieces_count[O];
+    }
+    b.key ^= zobrist[O][cap][to];
+    if (cap == ROOK) {
+      if (to == Side<O>::short_corner) b.castle &= ~Side<O>::short_right;
+      if (to == Side<O>::long_corner) b.castle &= ~Side<O>::long_right;
+    }
+  }
+
+  b.side = O;
+  b.xside = C;
+  ++b.hist_ply;
+  b.occupied = b.white[BB_ALL] | b.black[BB_ALL];
+
+  if (is_attacked(b, b.king_sq[C], O)) {
+    unmake_t<C>(b, u);
+    return false;
+  }
+  b.key ^= zobrist_castle_ep[b.castle];
+  if (b.ep != -1) b.key ^= zobrist_castle_ep[b.ep];
+  b.key ^= zobrist_side[O];
+  b.last_move = m;
+  // Deliberate: phase and mat_key follow captures only. A promotion without
+  // a capture leaves both as they were before the move.
+  if (cap) {
+    b.phase = phase_of(b.material[WHITE] + b.material[BLACK]);
+    b.mat_key = compute_mat_key(b);
+  }
+  return true;
+}
+
+template <int C>
+void unmake_t(board& b, const undo& u) {
+  using S = Side<C>;
+  constexpr int O = C ^ 1;
+  --b.hist_ply;
+  b.side = C;
+  b.xside = O;
+  b.ep = i8(u.ep);
+  b.fifty = i8(u.fifty);
+  b.castle = u32(i32(i8(u.castle)));
+  b.last_move = u.last_move;
+  b.phase = u.phase;
+  b.in_check = u.in_check;
+  b.castled[C] = u.castled;
+  b.key = u.key;
+  b.pawn_key = u.pawn_key;
+  b.mat_key = u.mat_key;
+
+  const Move m = u.move;
+  const int from = move_from(m), to = move_to(m);
+  const int cap = move_captured(m), promo = move_promotion(m), pc = move_piece(m);
+  u64* own = b.bb(C);
+  u64* opp = b.bb(O);
+  const u64 ft = (1ull << from) | (1ull << to);
+
+  toggle_rotated(b, from);
+  toggle_rotated(b, to);
+  b.piece[to] = EMPTY;
+  b.color[to] = NO_COLOR;
+  b.piece[from] = i8(pc);
+  b.color[from] = u8(C);
+  switch (pc) {
+    case KNIGHT:
+    case BISHOP:
+    case ROOK:
+    case QUEEN:
+      own[pc - 1] ^= ft;
+      own[BB_ALL] ^= ft;
+      break;
+    case KING:
+      own[BB_ALL] ^= ft;
+      b.king_sq[C] = from;
+      if (from == S::home && (to == S::home + 2 || to == S::home - 2)) {
+        const bool is_short = to == S::home + 2;
+        move_rook<C>(b, S::home + (is_short ? 1 : -1), is_short ? S::short_corner : S::long_corner);
+      }
+      break;
+    case PAWN:
+      if (promo) {
+        own[promo - 1] ^= 1ull << to;
+        b.material[C] += 100 - piece_value[promo];
+        b.phase_units[C] -= phase_unit[promo];
+        --b.pieces_count[C];
+        ++b.pawn_count[C];
+        own[BB_PAWN] ^= 1ull << from;
+      } else {
+        own[BB_PAWN] ^= ft;
+      }
+      own[BB_ALL] ^= ft;
+      break;
+    default:
+      break;
+  }
+
+  if (cap) {
+    if (pc == PAWN && cap == PAWN && to == b.ep) {
+      const int victim = to - S::push;
+      b.piece[victim] = PAWN;
+      b.color[victim] = u8(O);
+      opp[BB_PAWN] ^= 1ull << victim;
+      opp[BB_ALL] ^= 1ull << victim;
+      toggle_rotated(b, victim);
+      b.material[O] += 100;
+      ++b.pawn_count[O];
+    } else {
+      b.piece[to] = i8(cap);
+      b.color[to] = u8(O);
+      if (cap != KING) opp[cap - 1] ^= 1ull << to;
+      opp[BB_ALL] ^= 1ull << to;
+      toggle_rotated(b, to);
+      b.material[O] += piece_value[cap];
+      b.phase_units[O] += phase_unit[cap];
+      if (cap == PAWN)
+        ++b.pawn_count[O];
+      else
+        ++b.pieces_count[O];
+    }
+  }
+  b.occupied = b.white[BB_ALL] | b.black[BB_ALL];
+}
+
+}  // namespace
+
+bool make(board& b, Move m, undo& u) {
+  return b.side == WHITE ? make_t<WHITE>(b, m, u) : make_t<BLACK>(b, m, u);
+}
+
+void unmake(board& b, const undo& u) {
+  if (b.xside == WHITE)
+    unmake_t<WHITE>(b, u);
+  else
+    unmake_t<BLACK>(b, u);
+}
+
+}  // namespace orvo

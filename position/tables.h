@@ -1,0 +1,110 @@
+// Process-wide lookup tables: fixed constants (rotation maps, Zobrist keys)
+// and tables built once at start-up (bit tables, attack tables, directions
+// and rays). init_tables() builds them; it is cheap to call again.
+#pragma once
+#include "position/board.h"
+#include "position/zobrist.h"
+
+namespace orvo {
+
+// Direction codes, clockwise from north, and their square steps.
+enum Direction : int { NORTH, NORTH_EAST, EAST, SOUTH_EAST, SOUTH, SOUTH_WEST, WEST, NORTH_WEST };
+extern const int dir_step[8];
+extern const int knight_pairs[8][2];
+
+// Rotated-board maps: bit i of the rotated board stands for square map[i].
+extern const int rot90_map[64];
+extern const int rot_h1a8_map[64];
+extern const int rot_a1h8_map[64];
+extern const int rank_shift[64];
+extern const int file_shift[64];
+extern const int diag_h1a8_start[64], diag_h1a8_len[64];
+extern const int diag_a1h8_start[64], diag_a1h8_len[64];
+extern const int len_mask[9];
+extern const int debruijn_index[32];
+
+
+// Built by the bit-table builder.
+extern u64 set_mask[64];
+extern u64 clear_mask[64];
+extern u8 first_bit16[65536];  // highest set bit of a 16-bit value; 255 for 0
+extern u8 last_bit16[65536];   // lowest set bit of a 16-bit value; 207 for 0
+
+// Built by the move-generator tables.
+extern i8 next_sq[8][64];
+extern i8 knight_sq[8][64];
+extern u64 knight_attacks[64];
+extern u64 king_attacks[64];
+extern u64 rank_attacks[64][256];
+extern u64 file_attacks[64][256];
+extern u64 diag_h1a8_attacks[64][256];
+extern u64 diag_a1h8_attacks[64][256];
+extern int rot90_index[64];
+extern int rot_h1a8_index[64];
+extern int rot_a1h8_index[64];
+// One bit per square in each rotated board: what make toggles.
+extern u64 rot90_bit[64];
+extern u64 rot_h1a8_bit[64];
+extern u64 rot_a1h8_bit[64];
+// Squares a pawn of colour c standing on sq attacks.
+extern u64 pawn_attacks[2][64];
+
+// Built by the direction builder.
+extern i8 direction[64][64];
+extern u64 ray[8][64];
+
+void build_bit_tables();
+void build_movegen_tables();
+void build_direction_tables();
+// All of the above, once.
+void init_tables();
+
+// Lowest set bit of a non-empty set, by the de Bruijn multiply on the 32-bit
+// halves. Returns the square number.
+inline int bit_scan(u64 b) {
+  u32 lo = u32(b);
+  int add = 0;
+  if (lo == 0) {
+    lo = u32(b >> 32);
+    add = 32;
+  }
+  u32 low_bit = lo & (0u - lo);
+  return debruijn_index[u32(low_bit * 0x0E89B2BEu) >> 27] + add;
+}
+
+inline int pop_lsb(u64& b) {
+  int sq = __builtin_ctzll(b);  // same square as bit_scan, one instruction
+  b &= b - 1;
+  return sq;
+}
+
+inline int popcount(u64 b) { return __builtin_popcountll(b); }
+
+// Slider attacks from s. The line pattern always includes s itself: the
+// tables are empty for patterns without it, and a test "is t attacked"
+// looks up from t, which may be empty.
+inline u64 rank_attack(u64 occupied, int s) {
+  return rank_attacks[s][((occupied >> rank_shift[s]) & 255) | (1u << file_of(s))];
+}
+inline u64 file_attack(u64 occ_file, int s) {
+  return file_attacks[s][((occ_file >> file_shift[s]) & 255) | (1u << (7 - row_of(s)))];
+}
+inline u64 diag_h1a8_attack(u64 occ, int s) {
+  int start = diag_h1a8_start[s];
+  return diag_h1a8_attacks[s][((occ >> start) & len_mask[diag_h1a8_len[s]]) |
+                              (1u << (rot_h1a8_index[s] - start))];
+}
+inline u64 diag_a1h8_attack(u64 occ, int s) {
+  int start = diag_a1h8_start[s];
+  return diag_a1h8_attacks[s][((occ >> start) & len_mask[diag_a1h8_len[s]]) |
+                              (1u << (rot_a1h8_index[s] - start))];
+}
+inline u64 rook_attacks(const board& b, int s) {
+  return rank_attack(b.occupied, s) | file_attack(b.occ_file, s);
+}
+inline u64 bishop_attacks(const board& b, int s) {
+  return diag_h1a8_attack(b.occ_diag_h1a8, s) | diag_a1h8_attack(b.occ_diag_a1h8, s);
+}
+inline u64 queen_attacks(const board& b, int s) { return rook_attacks(b, s) | bishop_attacks(b, s); }
+
+}  // namespace orvo

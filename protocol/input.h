@@ -1,0 +1,18 @@
+// Standard input through Orvo's own buffer over file descriptor 0. Nothing
+// is left in a stdio buffer, so input_available() sees every waiting line,
+// also the ones already read into this buffer.
+#pragma once
+
+namespace orvo {
+
+// Reads like fgets: at most size - 1 characters, up to and including a
+// newline. Returns false at end of input with nothing read, or on a read
+// error (then input_error() is true).
+bool read_line(char* buf, int size);
+bool input_error();
+// Pending input without blocking: the bytes already buffered, else 1 or
+// more when descriptor 0 is readable. A closed input counts as waiting, so
+// that the reader then sees the end of input.
+int input_available();
+
+}  // namespace orvo
