@@ -44,6 +44,12 @@ class chess {
   // force_mode doubles as UCI's "bestmove owed" flag.
   u8 searching, force_mode, ponder_search, pondering, ponder_hit, ponder_interrupted;
 
+  // Installed by the protocol in charge: obeys one waiting command while a
+  // search runs (or, for xboard, enters the command loop in place). Returns
+  // true when the search must be abandoned at once. None: input is left
+  // alone during a search.
+  bool (*poll_input)(chess&) = nullptr;
+
   // xboard state.
   i32 computer_side;
   u8 ponder_on, post_on, show_board, game_over, quit_requested, book_on;
