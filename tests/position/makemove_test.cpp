@@ -1,0 +1,189 @@
+#include <gtest/gtest.h>
+
+#include "position/fen.h"
+#include "position/makemove.h"
+#include "position/movegen.h"
+#include "tests/support/data.h"
+#include "tests/support/positions.h"
+
+using namespace orvo;
+using orvo::test::from_fen;
+using orvo::test::sq;
+
+namespace {
+
+// Finds the generated move from-to (first match, promotion if given).
+Move find(const board& b, const char* from, const char* to, int promo = -1) {
+  MoveList l;
+  generate_all(b, l);
+  for (int i = 0; i < l.count; ++i)
+    if (move_from(l.moves[i]) == sq(from) && move_to(l.moves[i]) == sq(to) &&
+        (promo < 0 || move_promotion(l.moves[i]) == promo))
+      return l.moves[i];
+  return 0;
+}
+
+bool play(board& b, const char* from, const char* to, undo& u, int promo = -1) {
+  Move m = find(b, from, to, promo);
+  return m && make(b, m, u);
+}
+
+}  // namespace
+
+TEST(MakeMove, DoublePushSetsEnPassantOnlyBesideAnEnemyPawn) {
+  board b = from_fen(start_fen);
+  undo u[4];
+  ASSERT_TRUE(play(b, "e2", "e4", u[0]));
+  EXPECT_EQ(b.ep, -1);
+  EXPECT_EQ(b.fifty, 0);
+  ASSERT_TRUE(play(b, "d7", "d5", u[1]));
+  ASSERT_TRUE(play(b, "e4", "e5", u[2]));
+  ASSERT_TRUE(play(b, "f7", "f5", u[3]));
+  EXPECT_EQ(b.ep, 21);  // f6
+}
+
+TEST(MakeMove, EnPassantNeighbourTestWrapsAcrossTheEdge) {
+  // A White pawn on a4 is "one above" h5 by square number.
+  board b = from_fen("4k3/7p/8/8/P7/8/8/4K3 b - - 0 1");
+  undo u;
+  ASSERT_TRUE(play(b, "h7", "h5", u));
+  EXPECT_EQ(b.ep, sq("h6"));
+}
+
+TEST(MakeMove, CastlingThroughAnAttackedSquareIsRefused) {
+  board b = from_fen("4k3/8/8/8/8/8/5r2/R3K2R w KQ - 0 1");
+  b = from_fen("4kr2/8/8/8/8/8/8/R3K2R w KQ - 0 1");  // f1 attacked by the f8 rook
+  board before = b;
+  undo u;
+  EXPECT_FALSE(make(b, encode_move(sq("e1"), sq("g1"), 0, 0, KING), u));
+  EXPECT_TRUE(b == before);
+  EXPECT_EQ(b.key, before.key);
+  EXPECT_EQ(b.fifty, before.fifty);
+  // Only b1 attacked: the long castling is fine.
+  b = from_fen("1r2k3/8/8/8/8/8/8/R3K2R w KQ - 0 1");
+  EXPECT_TRUE(make(b, encode_move(sq("e1"), sq("c1"), 0, 0, KING), u));
+  EXPECT_EQ(b.piece[sq("d1")], ROOK);
+  EXPECT_EQ(b.piece[sq("c1")], KING);
+  EXPECT_EQ(b.castled[WHITE], 1);
+  EXPECT_EQ(b.castle & 3u, 0u);
+}
+
+TEST(MakeMove, CastlingOutOfCheckOrIntoCheckIsRefused) {
+  for (const char* f : {"4k3/8/8/8/8/8/8/R3K2r w KQ - 0 1", "4k3/8/8/8/8/8/8/R3K2R w - - 0 1",
+                        "4k1r1/8/8/8/8/8/8/R3K2R w KQ - 0 1", "4k3/8/8/8/1b6/8/8/R3K2R w KQ - 0 1"}) {
+    board b = from_fen(f);
+    board before = b;
+    undo u;
+    EXPECT_FALSE(make(b, encode_move(sq("e1"), sq("g1"), 0, 0, KING), u)) << f;
+    EXPECT_TRUE(b == before) << f;
+  }
+}
+
+TEST(MakeMove, CapturingTheA8RookRemovesBlacksLongRight) {
+  board b = from_fen("r3k2r/8/8/8/8/8/8/Q3K3 w kq - 0 1");
+  undo u;
+  ASSERT_TRUE(play(b, "a1", "a8", u));
+  EXPECT_EQ(b.castle, u32(BLACK_SHORT));
+}
+
+TEST(MakeMove, PromotionWithoutCaptureKeepsPhaseAndMaterialKey) {
+  board b = from_fen("8/4P3/8/8/8/8/k7/4K3 w - - 0 1");
+  const u64 mat_key = b.mat_key;
+  const int phase = b.phase;
+  undo u;
+  ASSERT_TRUE(play(b, "e7", "e8", u, QUEEN));
+  EXPECT_EQ(b.mat_key, mat_key);  // deliberately not updated
+  EXPECT_EQ(b.phase, phase);
+  EXPECT_NE(b.mat_key, compute_mat_key(b));
+  EXPECT_EQ(b.material[WHITE], 975);
+  EXPECT_EQ(b.piece[sq("e8")], QUEEN);
+
+  // With a capture both are recomputed.
+  b = from_fen("3r4/4P3/8/8/8/8/k7/4K3 w - - 0 1");
+  ASSERT_TRUE(play(b, "e7", "d8", u, QUEEN));
+  EXPECT_EQ(b.mat_key, compute_mat_key(b));
+  EXPECT_EQ(b.phase, 2);
+}
+
+TEST(MakeMove, IllegalMoveLeavesTheBoardAlone) {
+  board b = from_fen("4k3/8/8/8/8/8/4r3/4KB2 w - - 0 1");
+  b = from_fen("4k3/4r3/8/8/8/8/4B3/4K3 w - - 0 1");  // the bishop is pinned
+  board before = b;
+  undo u;
+  EXPECT_FALSE(play(b, "e2", "d3", u));
+  EXPECT_TRUE(b == before);
+}
+
+TEST(MakeMove, FiftyCounterComesBackNegativeAbove127) {
+  // The undo record keeps the counter in a byte; unmake sign-extends it.
+  board b = from_fen("4k3/8/8/8/8/8/8/4K3 w - - 0 1");
+  b.fifty = 130;
+  undo u;
+  ASSERT_TRUE(play(b, "e1", "e2", u));
+  EXPECT_EQ(b.fifty, 131);
+  unmake(b, u);
+  EXPECT_EQ(b.fifty, 130 - 256);
+}
+
+TEST(MakeMove, KeyHistoryRecordsTheKeyBeforeEachMove) {
+  board b = from_fen(start_fen);
+  const u64 k0 = b.key;
+  undo u[2];
+  ASSERT_TRUE(play(b, "g1", "f3", u[0]));
+  const u64 k1 = b.key;
+  ASSERT_TRUE(play(b, "g8", "f6", u[1]));
+  EXPECT_EQ(KeyHistory[0], k0);
+  EXPECT_EQ(KeyHistory[1], k1);
+  EXPECT_EQ(b.hist_ply, 2);
+  unmake(b, u[1]);
+  unmake(b, u[0]);
+  EXPECT_EQ(b.key, k0);
+  EXPECT_EQ(b.hist_ply, 0);
+}
+
+// For every move of every suite position: make then unmake restores the
+// whole board, and after every make the incremental keys equal keys computed
+// from scratch (mat_key excepted after a promotion without capture).
+TEST(MakeMove, RoundTripOverThePerftSuite) {
+  ORVO_REQUIRE_DATA(path, "perft/perftsuite.epd");
+  auto suite = test::read_perft_suite(path);
+  ASSERT_GT(suite.size(), 100u);
+  int checked = 0;
+  for (const auto& line : suite) {
+    board root = from_fen(line.fen);
+    // The root and every position one ply away.
+    MoveList first;
+    generate_all(root, first);
+    for (int i = -1; i < first.count; ++i) {
+      board b = root;
+      undo u0;
+      if (i >= 0 && !make(b, first.moves[i], u0)) continue;
+      MoveList l;
+      generate_all(b, l);
+      for (int j = 0; j < l.count; ++j) {
+        board before = b;
+        undo u;
+        if (!make(b, l.moves[j], u)) {
+          ASSERT_TRUE(b == before) << line.fen;
+          continue;
+        }
+        auto keys = test::recompute_keys(b);
+        ASSERT_EQ(b.key, keys.key) << line.fen;
+        ASSERT_EQ(b.pawn_key, keys.pawn_key) << line.fen;
+        const Move m = l.moves[j];
+        const bool quiet_promotion = move_promotion(m) && !move_captured(m);
+        const bool stale_before = before.mat_key != test::recompute_keys(before).mat_key;
+        if (!quiet_promotion && !(stale_before && !move_captured(m))) {
+          ASSERT_EQ(b.mat_key, keys.mat_key) << line.fen;
+        }
+        if (quiet_promotion) {
+          ASSERT_EQ(b.mat_key, before.mat_key);
+        }
+        unmake(b, u);
+        ASSERT_TRUE(b == before) << line.fen << " move " << j;
+        ++checked;
+      }
+    }
+  }
+  EXPECT_GT(checked, 20000);
+}
