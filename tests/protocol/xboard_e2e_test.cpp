@@ -1,0 +1,133 @@
+// The xboard side through the real orvo binary: exact transcripts.
+#include <gtest/gtest.h>
+
+#include "tests/support/process.h"
+
+using orvo::test::run_orvo;
+using orvo::test::split_lines;
+
+namespace {
+
+const char* const kStartDiagram =
+    "\n"
+    "       +---+---+---+---+---+---+---+---+\n"
+    "    8  |(R)|(N)|(B)|(Q)|(K)|(B)|(N)|(R)|\n"
+    "       +---+---+---+---+---+---+---+---+\n"
+    "    7  |(P)|(P)|(P)|(P)|(P)|(P)|(P)|(P)|\n"
+    "       +---+---+---+---+---+---+---+---+\n"
+    "    6  |   | . |   | . |   | . |   | . |\n"
+    "       +---+---+---+---+---+---+---+---+\n"
+    "    5  | . |   | . |   | . |   | . |   |\n"
+    "       +---+---+---+---+---+---+---+---+\n"
+    "    4  |   | . |   | . |   | . |   | . |\n"
+    "       +---+---+---+---+---+---+---+---+\n"
+    "    3  | . |   | . |   | . |   | . |   |\n"
+    "       +---+---+---+---+---+---+---+---+\n"
+    "    2  | P | P | P | P | P | P | P | P |\n"
+    "       +---+---+---+---+---+---+---+---+\n"
+    "    1  | R | N | B | Q | K | B | N | R |\n"
+    "       +---+---+---+---+---+---+---+---+\n"
+    "         a   b   c   d   e   f   g   h\n"
+    "\n";
+
+// Output after the two banner lines.
+std::string after_banner(const std::string& out) {
+  size_t first = out.find('\n');
+  size_t second = out.find('\n', first + 1);
+  return out.substr(second + 1);
+}
+
+}  // namespace
+
+TEST(XboardE2E, Transcript) {
+  auto r = run_orvo(
+      "xboard\n"
+      "protover 2\n"
+      "setboard rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1\n"
+      "perft 3\n"
+      "fen\n"
+      "d\n"
+      "quit\n");
+  ASSERT_FALSE(r.timed_out);
+  EXPECT_EQ(r.status, 0);
+  std::string out = after_banner(r.out);
+  std::string expected = std::string("\n") +
+      "feature ping=0 playother=0 san=0 usermove=1 time=1 draw=0 sigint=0 sigterm=0 reuse=0 "
+      "analyze=1 myname=\"Orvo v2.14a_x64\" variants=\"normal\" setboard=1 colors=0 ics=0 name=0 "
+      "pause=0 done=1\n" +
+      kStartDiagram +
+      "depth          moves   captures en_passant  promotion     castle\n"
+      "perft(1):         20          0          0          0          0\n"
+      "perft(2):        400          0          0          0          0\n"
+      "perft(3):       8902         34          0          0          0\n"
+      "\n";
+  ASSERT_EQ(out.compare(0, expected.size(), expected), 0) << out;
+  // Then "<n> ms", the FEN, the diagram again and the goodbye.
+  std::string rest = out.substr(expected.size());
+  size_t ms = rest.find(" ms\n");
+  ASSERT_NE(ms, std::string::npos);
+  rest = rest.substr(ms + 4);
+  EXPECT_EQ(rest, std::string("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1\n") +
+                      kStartDiagram + "Orvo is leaving.\n");
+}
+
+TEST(XboardE2E, PingAndSeveralCommandsOnOneLine) {
+  auto r = run_orvo("xb\nping 7\nping\nfoo ping 3 bar\naccepted ping black ping ping 5 random\n");
+  auto lines = split_lines(after_banner(r.out));
+  ASSERT_EQ(lines.size(), 6u) << r.out;
+  EXPECT_EQ(lines[0], "");
+  EXPECT_EQ(lines[1], "pong 7");
+  EXPECT_EQ(lines[2], "pong 0");
+  EXPECT_EQ(lines[3], "pong 3");
+  EXPECT_EQ(lines[4], "pong 5");  // "accepted" takes "ping", "black" takes "ping"
+  EXPECT_EQ(lines[5], "Orvo is leaving main_loop.");
+  EXPECT_EQ(r.status, 0);
+}
+
+TEST(XboardE2E, EndOfInputOrEmptyLineLeavesMainLoop) {
+  auto r = run_orvo("xboard\n");
+  EXPECT_EQ(after_banner(r.out), "\nOrvo is leaving main_loop.\n");
+  EXPECT_EQ(r.status, 0);
+  r = run_orvo("xboard\n\nping 1\n");
+  EXPECT_EQ(after_banner(r.out), "\nOrvo is leaving main_loop.\n");
+  EXPECT_EQ(r.status, 0);
+}
+
+TEST(XboardE2E, FenMoveNumberCountsMovesSinceSetup) {
+  auto r = run_orvo("xboard\nsb 8/8/8/8/8/8/8/K6k b - - 45 80\nfen\nquit\n");
+  EXPECT_NE(r.out.find("\n8/8/8/8/8/8/8/K6k b - - 0 1\n"), std::string::npos) << r.out;
+}
+
+TEST(XboardE2E, BadSetboardInput) {
+  std::string long_placement(300, 'p');
+  const std::string inputs[] = {
+      "setboard garbage\nfen\n",
+      "setboard\nfen\n",
+      "setboard 8/8/8/8/8/8/8/8\nfen\n",
+      "setboard 8/8/8/8/8/8/8/K6k b\nfen\n",
+      "setboard 8/8/8/8/8/8/8/K6k b KQ\nfen\nperft 2\n",
+      "setboard " + long_placement + " w - -\nfen\nperft 2\n",
+      "setboard k7/8/8/8/8/8/8/KK6 w - - 0 1\nperft 3\nfen\n",
+      "setboard 8/8/8/8/8/8/8/8 w - - 0 1\nperft 3\nfen\n",
+      "setboard PPPPPPPP/pppppppp/8/8/8/8/PPPPPPPP/pppppppp w KQkq e3\nperft 3\nfen\n",
+      "perft 99999\nperft -1\nperft x\n",
+      std::string(10000, 'y') + "\nping 9\n",
+  };
+  for (const auto& in : inputs) {
+    auto r = run_orvo("xboard\n" + in + "quit\n", 60);
+    EXPECT_FALSE(r.timed_out) << in;
+    EXPECT_EQ(r.status, 0) << in;
+    EXPECT_NE(r.out.find("Orvo is leaving.\n"), std::string::npos) << in;
+  }
+}
+
+TEST(XboardE2E, SetboardWithoutArgumentsDoesNothing) {
+  auto r = run_orvo("xboard\nsetboard\nfen\nquit\n");
+  // No diagram: the position is still the empty board of start-up.
+  EXPECT_EQ(r.out.find("+---+"), std::string::npos);
+}
+
+TEST(XboardE2E, TooDeepPerftIsRefused) {
+  auto r = run_orvo("xboard\nperft 99999\nquit\n");
+  EXPECT_NE(r.out.find("perft: depth 99999 is too deep, the largest is 10\n"), std::string::npos);
+}
