@@ -1,0 +1,21 @@
+#!/usr/bin/env bash
+# Builds Orvo and runs every test: the release build, then the same tests
+# under AddressSanitizer and UndefinedBehaviorSanitizer. Installs missing
+# build packages with apt-get. ORVO_LONG_TESTS=1 adds the deep perft runs.
+set -euo pipefail
+cd "$(dirname "$0")"
+source ./scripts/packages.sh
+need_packages g++ cmake make libgtest-dev libgmock-dev
+
+jobs=$(nproc 2>/dev/null || echo 2)
+
+echo "== release build"
+cmake -S . -B build -DCMAKE_BUILD_TYPE=Release
+cmake --build build -j"$jobs"
+(cd build && ctest --output-on-failure -j"$jobs")
+
+echo "== sanitizer build (ASan + UBSan)"
+cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DORVO_SANITIZE=ON -DORVO_BENCH=OFF
+cmake --build build-asan -j"$jobs"
+(cd build-asan && ASAN_OPTIONS=detect_leaks=0 UBSAN_OPTIONS=print_stacktrace=1 \
+   ctest --output-on-failure -j"$jobs")
