@@ -16,6 +16,12 @@ inline void toggle_rotated(board& b, int sq) {
   b.occ_diag_a1h8 ^= rot_a1h8_bit[sq];
 }
 
+inline void toggle_rotated(board& b, int sq1, int sq2) {
+  b.occ_file ^= rot90_bit[sq1] ^ rot90_bit[sq2];
+  b.occ_diag_h1a8 ^= rot_h1a8_bit[sq1] ^ rot_h1a8_bit[sq2];
+  b.occ_diag_a1h8 ^= rot_a1h8_bit[sq1] ^ rot_a1h8_bit[sq2];
+}
+
 // Per-colour constants of make and unmake.
 template <int C>
 struct Side {
@@ -32,8 +38,7 @@ template <int C>
 inline void move_rook(board& b, int from, int to) {
   u64* own = b.bb(C);
   const u64 ft = (1ull << from) | (1ull << to);
-  toggle_rotated(b, from);
-  toggle_rotated(b, to);
+  toggle_rotated(b, from, to);
   b.piece[from] = EMPTY;
   b.color[from] = NO_COLOR;
   b.piece[to] = ROOK;
@@ -77,8 +82,7 @@ bool make_t(board& b, const Move m, undo& u) {
   }
   b.key ^= zobrist_castle_ep[b.castle];
   ++b.fifty;
-  toggle_rotated(b, from);
-  toggle_rotated(b, to);
+  toggle_rotated(b, from, to);
   b.piece[from] = EMPTY;
   b.color[from] = NO_COLOR;
 
@@ -108,10 +112,9 @@ bool make_t(board& b, const Move m, undo& u) {
         // square of a long castling may be attacked.
         bool refused = !(b.castle & (is_short ? S::short_right : S::long_right));
         for (int i = 0; i < 3 && !refused; ++i)
-          if (is_attacked(b, S::home + i * step, O)) refused = true;
+          if (attacked_by<O>(b, S::home + i * step)) refused = true;
         if (refused) {
-          toggle_rotated(b, from);
-          toggle_rotated(b, to);
+          toggle_rotated(b, from, to);
           b.piece[from] = KING;
           b.color[from] = u8(C);
           b.fifty = i8(u.fifty);
@@ -207,7 +210,7 @@ bool make_t(board& b, const Move m, undo& u) {
   ++b.hist_ply;
   b.occupied = b.white[BB_ALL] | b.black[BB_ALL];
 
-  if (is_attacked(b, b.king_sq[C], O)) {
+  if (attacked_by<O>(b, b.king_sq[C])) {
     unmake_t<C>(b, u);
     return false;
   }
@@ -249,8 +252,7 @@ void unmake_t(board& b, const undo& u) {
   u64* opp = b.bb(O);
   const u64 ft = (1ull << from) | (1ull << to);
 
-  toggle_rotated(b, from);
-  toggle_rotated(b, to);
+  toggle_rotated(b, from, to);
   b.piece[to] = EMPTY;
   b.color[to] = NO_COLOR;
   b.piece[from] = i8(pc);

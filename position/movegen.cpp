@@ -158,18 +158,6 @@ int quiets(const board& b, MoveList& l) {
   return l.count;
 }
 
-template <int C>
-bool attacked_by(const board& b, int sq) {
-  const u64* a = b.bb(C);
-  // Looked up from the target square; the same answer as trying each
-  // attacker, since slider lines are symmetric.
-  if (rook_attacks(b, sq) & (a[BB_ROOK] | a[BB_QUEEN])) return true;
-  if (bishop_attacks(b, sq) & (a[BB_BISHOP] | a[BB_QUEEN])) return true;
-  if (knight_attacks[sq] & a[BB_KNIGHT]) return true;
-  if (king_attacks[b.king_sq[C]] & (1ull << sq)) return true;
-  return pawn_attacks[C ^ 1][sq] & a[BB_PAWN];
-}
-
 }  // namespace
 
 int generate_captures(const board& b, MoveList& list) {

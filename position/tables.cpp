@@ -93,6 +93,7 @@ u64 rot90_bit[64];
 u64 rot_h1a8_bit[64];
 u64 rot_a1h8_bit[64];
 u64 pawn_attacks[2][64];
+SliderSquare slider_sq[64];
 
 i8 direction[64][64];
 u64 ray[8][64];
@@ -194,6 +195,19 @@ void build_movegen_tables() {
                    NORTH_WEST);
   build_line_table(diag_a1h8_attacks, rot_a1h8_map, diag_a1h8_start, diag_a1h8_len, NORTH_EAST,
                    SOUTH_WEST);
+  for (int s = 0; s < 64; ++s) {
+    SliderSquare& q = slider_sq[s];
+    q.rank_shift = u8(rank_shift[s]);
+    q.rank_self = u8(1u << file_of(s));
+    q.file_shift = u8(file_shift[s]);
+    q.file_self = u8(1u << (rot90_index[s] - file_shift[s]));
+    q.h1a8_shift = u8(diag_h1a8_start[s]);
+    q.h1a8_mask = u8(len_mask[diag_h1a8_len[s]]);
+    q.h1a8_self = u8(1u << (rot_h1a8_index[s] - diag_h1a8_start[s]));
+    q.a1h8_shift = u8(diag_a1h8_start[s]);
+    q.a1h8_mask = u8(len_mask[diag_a1h8_len[s]]);
+    q.a1h8_self = u8(1u << (rot_a1h8_index[s] - diag_a1h8_start[s]));
+  }
   for (int s = 0; s < 64; ++s) {
     pawn_attacks[WHITE][s] = pawn_attacks[BLACK][s] = 0;
     for (int d : {NORTH_EAST, NORTH_WEST})

@@ -80,24 +80,35 @@ inline int pop_lsb(u64& b) {
 
 inline int popcount(u64 b) { return __builtin_popcountll(b); }
 
+// Everything one slider lookup from a square needs, packed together: the
+// shift bringing each line's byte down, the line's length mask, and the
+// square's own bit in that byte.
+struct SliderSquare {
+  u8 rank_shift, rank_self;
+  u8 file_shift, file_self;
+  u8 h1a8_shift, h1a8_mask, h1a8_self;
+  u8 a1h8_shift, a1h8_mask, a1h8_self;
+};
+extern SliderSquare slider_sq[64];
+
 // Slider attacks from s. The line pattern always includes s itself: the
 // tables are empty for patterns without it, and a test "is t attacked"
 // looks up from t, which may be empty.
 inline u64 rank_attack(u64 occupied, int s) {
-  return rank_attacks[s][((occupied >> rank_shift[s]) & 255) | (1u << file_of(s))];
+  const SliderSquare& q = slider_sq[s];
+  return rank_attacks[s][((occupied >> q.rank_shift) & 255) | q.rank_self];
 }
 inline u64 file_attack(u64 occ_file, int s) {
-  return file_attacks[s][((occ_file >> file_shift[s]) & 255) | (1u << (7 - row_of(s)))];
+  const SliderSquare& q = slider_sq[s];
+  return file_attacks[s][((occ_file >> q.file_shift) & 255) | q.file_self];
 }
 inline u64 diag_h1a8_attack(u64 occ, int s) {
-  int start = diag_h1a8_start[s];
-  return diag_h1a8_attacks[s][((occ >> start) & len_mask[diag_h1a8_len[s]]) |
-                              (1u << (rot_h1a8_index[s] - start))];
+  const SliderSquare& q = slider_sq[s];
+  return diag_h1a8_attacks[s][((occ >> q.h1a8_shift) & q.h1a8_mask) | q.h1a8_self];
 }
 inline u64 diag_a1h8_attack(u64 occ, int s) {
-  int start = diag_a1h8_start[s];
-  return diag_a1h8_attacks[s][((occ >> start) & len_mask[diag_a1h8_len[s]]) |
-                              (1u << (rot_a1h8_index[s] - start))];
+  const SliderSquare& q = slider_sq[s];
+  return diag_a1h8_attacks[s][((occ >> q.a1h8_shift) & q.a1h8_mask) | q.a1h8_self];
 }
 inline u64 rook_attacks(const board& b, int s) {
   return rank_attack(b.occupied, s) | file_attack(b.occ_file, s);
@@ -106,5 +117,20 @@ inline u64 bishop_attacks(const board& b, int s) {
   return diag_h1a8_attack(b.occ_diag_h1a8, s) | diag_a1h8_attack(b.occ_diag_a1h8, s);
 }
 inline u64 queen_attacks(const board& b, int s) { return rook_attacks(b, s) | bishop_attacks(b, s); }
+
+// True when a piece of colour C attacks sq. Looked up from the target
+// square, which gives the same answer as trying every attacker in turn,
+// since slider lines are symmetric. A king is found through king_sq.
+template <int C>
+inline bool attacked_by(const board& b, int sq) {
+  const u64* a = b.bb(C);
+  if (knight_attacks[sq] & a[BB_KNIGHT]) return true;
+  if (pawn_attacks[C ^ 1][sq] & a[BB_PAWN]) return true;
+  if (king_attacks[b.king_sq[C]] & (1ull << sq)) return true;
+  const u64 rq = a[BB_ROOK] | a[BB_QUEEN];
+  if (rq && (rook_attacks(b, sq) & rq)) return true;
+  const u64 bq = a[BB_BISHOP] | a[BB_QUEEN];
+  return bq && (bishop_attacks(b, sq) & bq);
+}
 
 }  // namespace orvo
