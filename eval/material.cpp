@@ -1,0 +1,169 @@
+// Material, the win-chance flags and their material-signature cache, the
+// bare-king stalemate test and the pawnless endings.
+#include "eval/colour.h"
+#include "eval/eval.h"
+#include "eval/tables.h"
+#include "eval/terms.h"
+#include "position/movegen.h"
+
+namespace orvo::eval {
+
+namespace {
+
+material_entry* cache = nullptr;
+
+constexpr u64 rook_files = 0x8181818181818181ull;
+constexpr u64 a_file = 0x0101010101010101ull;
+constexpr u64 h_file = 0x8080808080808080ull;
+
+// The set the KBN chooser tests the bishops against. It is always empty, so
+// the dark-corner table is used whatever the colour of the bishop; this is
+// deliberate, and the light-corner table stays in the data unused.
+constexpr u64 kbn_light_bishop_squares = 0;
+
+// Bishop and rook pawns: a side whose pawns all stand on one rook file, with
+// a single bishop and no knight, against a defender without bishops, cannot
+// win when the defending king reaches the promotion corner in time. The
+// bishop's square colour is deliberately not examined: every bishop counts
+// as the wrong one. Also deliberate: White's rule is for the h-file with the
+// corner h8, Black's for the a-file with the corner a1 (the board turned half
+// round, not mirrored), so a White a-pawn or a Black h-pawn is never judged.
+template <int C>
+void rook_pawn_rule(const board& b, u32& flags) {
+  using S = colour<C>;
+  const u64* own = S::own(b);
+  const u64* enemy = S::enemy(b);
+  const u64 pawns = own[BB_PAWN];
+  // A side without pawns is judged by the first rules alone.
+  if (!pawns || (pawns & ~rook_files)) return;
+  if (b.phase_units[C] >= 4 || own[BB_KNIGHT] || !own[BB_BISHOP] || enemy[BB_BISHOP]) return;
+  constexpr u64 pawn_file = C == WHITE ? h_file : a_file;
+  constexpr int corner = C == WHITE ? H8 : A1;
+  if (pawns & ~pawn_file) return;
+
+  const u32 bit = C == WHITE ? WHITE_CAN_WIN : BLACK_CAN_WIN;
+  // Distances are king steps to the corner, one less for the side to move.
+  const int defender = king_distance[king_square(b, S::them)][corner] - (b.side == S::them ? 1 : 0);
+  if (defender < 2) {
+    flags &= ~bit;
+    return;
+  }
+  const int tempo = b.side == C ? 1 : 0;
+  const int attacker = king_distance[king_square(b, C)][corner] - tempo;
+  // The most advanced pawn's moves to promotion: its rows to go, one fewer
+  // from its starting rank, where it can advance two squares at once.
+  const int front = C == WHITE ? __builtin_ctzll(pawns) : 63 - __builtin_clzll(pawns);
+  int pawn_moves = 7 - S::home_sq(front) / 8;
+  if (S::home_sq(front) / 8 == 1) --pawn_moves;
+  if (defender < attacker && defender < pawn_moves - tempo) flags &= ~bit;
+}
+
+// King, bishop and knight against a bare king: the corner value of the
+// defending king's square.
+template <int C>
+int kbn_value(const board& b) {
+  using S = colour<C>;
+  const u64* own = S::own(b);
+  if (b.phase_units[S::them] != 0 || b.phase_units[C] != 6 || own[BB_PAWN] || !own[BB_BISHOP] ||
+      !own[BB_KNIGHT])
+    return 0;
+  const int* table = (own[BB_BISHOP] & kbn_light_bishop_squares) ? kbn_light_corner : kbn_dark_corner;
+  return S::sign * table[king_square(b, S::them)];
+}
+
+}  // namespace
+
+void allocate_material_cache() {
+  if (cache) return;
+  cache = new material_entry[MATERIAL_CACHE_SIZE];
+  for (int i = 0; i < MATERIAL_CACHE_SIZE; ++i) cache[i] = {0, BOTH_CAN_WIN};
+}
+
+material_entry* material_cache() {
+  if (!cache) allocate_material_cache();
+  return cache;
+}
+
+int material_term(const board& b) {
+  int score = b.material[WHITE] - b.material[BLACK];
+  const int minor_w = popcount(b.white[BB_KNIGHT] | b.white[BB_BISHOP]);
+  const int minor_b = popcount(b.black[BB_KNIGHT] | b.black[BB_BISHOP]);
+  const int major_w = popcount(b.white[BB_ROOK] | b.white[BB_QUEEN]);
+  const int major_b = popcount(b.black[BB_ROOK] | b.black[BB_QUEEN]);
+  if (major_w != major_b) return score;
+  const int bonus = imbalance_bonus[b.phase >= 0 && b.phase <= 2 ? b.phase : 2];
+  const int pawn_diff = b.pawn_count[WHITE] - b.pawn_count[BLACK];
+  if (minor_b - minor_w == 1 && pawn_diff == 3) score -= bonus;
+  if (minor_w - minor_b == 1 && pawn_diff == -3) score += bonus;
+  return score;
+}
+
+u32 win_chance(const board& b) {
+  u32 flags = BOTH_CAN_WIN;
+  // No pawns and at most a minor piece: that side cannot win.
+  if (b.pawn_count[WHITE] == 0 && b.phase_units[WHITE] <= 3) flags = BLACK_CAN_WIN;
+  if (b.pawn_count[BLACK] == 0 && b.phase_units[BLACK] <= 3) flags &= ~BLACK_CAN_WIN;
+  if (b.phase_units[WHITE] == 0 && b.phase_units[BLACK] == 0 && (b.white[BB_PAWN] & ~rook_files) &&
+      (b.black[BB_PAWN] & ~rook_files))
+    return flags;
+  rook_pawn_rule<WHITE>(b, flags);
+  rook_pawn_rule<BLACK>(b, flags);
+  return flags;
+}
+
+bool bare_king_stalemate(const board& b) {
+  const int lone = b.side & 1, other = lone ^ 1;
+  if (b.pawn_count[lone] != 0 || b.pieces_count[lone] != 0) return false;
+  const int k = king_square(b, lone);
+  if (!(king_zone[k] & sq_bit(king_square(b, other)))) return false;
+  // Whether the lone king is in check is not asked.
+  u64 moves = king_attacks[k];
+  while (moves)
+    if (!is_attacked(b, pop_lsb(moves), other)) return false;
+  return true;
+}
+
+u32 material_flags(const board& b) {
+  if (b.phase_units[WHITE] >= 13 || b.phase_units[BLACK] >= 13) return BOTH_CAN_WIN;
+  u32 flags;
+  const u32 check = u32(b.mat_key >> 32);
+  if (check == 0) {
+    // A key whose check word is 0 (the bare kings have the key 0) would
+    // match every emptied entry and read its flags 3; it is judged directly
+    // instead, so that its evaluation does not depend on what the cache
+    // held before.
+    flags = win_chance(b);
+  } else {
+    material_entry& e = material_cache()[b.mat_key & (MATERIAL_CACHE_SIZE - 1)];
+    if (e.check == check) {
+      flags = e.flags;
+    } else {
+      flags = win_chance(b);
+      e.check = check;
+      e.flags = flags;
+    }
+  }
+  if (bare_king_stalemate(b)) flags = 0;
+  return flags;
+}
+
+int pawnless_term(const board& b) {
+  if (int v = kbn_value<WHITE>(b)) return v;
+  if (int v = kbn_value<BLACK>(b)) return v;
+  const int d = king_distance[king_square(b, WHITE)][king_square(b, BLACK)];
+  if (b.material[WHITE] > b.material[BLACK]) return 15 * (3 - d) + edge_table[king_square(b, BLACK)];
+  if (b.material[BLACK] > b.material[WHITE])
+    return -(15 * (3 - d) + edge_table[king_square(b, WHITE)]);
+  return 0;
+}
+
+}  // namespace orvo::eval
+
+namespace orvo {
+
+void clear_material_cache() {
+  eval::material_entry* c = eval::material_cache();
+  for (int i = 0; i < eval::MATERIAL_CACHE_SIZE; ++i) c[i] = {0, eval::BOTH_CAN_WIN};
+}
+
+}  // namespace orvo

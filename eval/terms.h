@@ -1,0 +1,65 @@
+// The evaluation's individual terms, as the driver calls them. Scores are
+// White-relative centipawns. Exposed for the driver and for tests.
+#pragma once
+#include "eval/pawns.h"
+#include "position/board.h"
+
+namespace orvo::eval {
+
+// ---- Material and its cache (material.cpp)
+
+// Flag bits of the material-signature cache: which side can still win.
+constexpr u32 WHITE_CAN_WIN = 1, BLACK_CAN_WIN = 2, BOTH_CAN_WIN = 3;
+
+struct material_entry {
+  u32 check;  // high 32 bits of the material key
+  u32 flags;
+};
+static_assert(sizeof(material_entry) == 8);
+constexpr int MATERIAL_CACHE_SIZE = 1024;
+
+// The cache (allocated on first use).
+material_entry* material_cache();
+void allocate_material_cache();
+
+// White material minus Black material, with the minor-piece-for-three-pawns
+// correction.
+int material_term(const board& b);
+// The flags the material-signature cache stores for this material.
+u32 win_chance(const board& b);
+// True when the side to move has a lone king, the other king stands in its
+// near zone, and every square the lone king could move to is attacked.
+bool bare_king_stalemate(const board& b);
+// Step 1 of the driver: 3, or (both sides below 13 piece units) the cached
+// win-chance flags, 0 when the bare-king test answers yes.
+u32 material_flags(const board& b);
+// The extra term of positions without pawns.
+int pawnless_term(const board& b);
+
+// ---- Driver (eval.cpp)
+
+// Win-chance flags and the fifty-move rule applied to a White-relative score.
+int final_scaling(const board& b, u32 flags, int score);
+
+// ---- Pieces (pieces.cpp); each adds to the king-attack counters and the
+// positional sums of the board.
+int knight_term(board& b, const pawn_record& pawns);
+int bishop_term(board& b, const pawn_record& pawns);
+int rook_term(board& b, const pawn_record& pawns);
+int queen_term(board& b);
+// Mobility weight of a set of reachable squares (the ring weights).
+int mobility(u64 targets);
+
+// ---- Kings (king.cpp)
+int castling_term(const board& b, const pawn_record& pawns, int colour);
+int king_safety_term(const board& b, const pawn_record& pawns);
+// The shelter value S that the king-safety term uses for a colour's king.
+int king_shelter(const board& b, const pawn_record& pawns, int colour);
+
+// ---- Passed pawns (passed.cpp) and the pawn race (pawn_race.cpp)
+int passed_pawn_term(const board& b, const pawn_record& pawns);
+int pawn_race_term(const board& b);
+// The opposition test of the pawn race, for the side given.
+bool opposition(const board& b, int side);
+
+}  // namespace orvo::eval

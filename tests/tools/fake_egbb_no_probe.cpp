@@ -1,0 +1,2 @@
+// A library that has the loader but lacks the probe entry point.
+extern "C" __attribute__((visibility("default"))) void load_egbb_5men(char*, int, int) {}

@@ -1,0 +1,68 @@
+#include "tools/ini.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace orvo {
+
+int hash_size = HASH_SIZE_DEFAULT;
+// 38 blanks: without an ini file, opening the book and loading the bitbase
+// library fail, each with its own message.
+char egbb_path[PATH_SIZE] = "                                      ";
+char book_path[PATH_SIZE] = "                                      ";
+
+namespace {
+
+constexpr int LINE_SIZE = 128;
+constexpr int KEY_LENGTH = 9;
+constexpr int VALUE_OFFSET = 10;  // one separator character after the key
+
+// Copies the first white-space-delimited word of value into path, at most
+// PATH_SIZE - 1 characters. No word leaves the path as it was.
+void copy_first_word(char* path, const char* value) {
+  while (*value == ' ' || *value == '\t' || *value == '\n' || *value == '\r' ||
+         *value == '\v' || *value == '\f')
+    ++value;
+  if (!*value) return;
+  int n = 0;
+  while (value[n] && value[n] != ' ' && value[n] != '\t' && value[n] != '\n' &&
+         value[n] != '\r' && value[n] != '\v' && value[n] != '\f' && n < PATH_SIZE - 1) {
+    path[n] = value[n];
+    ++n;
+  }
+  path[n] = 0;
+}
+
+}  // namespace
+
+bool read_ini() {
+  hash_size = HASH_SIZE_DEFAULT;
+  std::FILE* f = std::fopen(INI_FILE_NAME, "r");
+  if (!f) {
+    std::fprintf(stderr, "\"%s\" not found.\n\n", INI_FILE_NAME);
+    return false;
+  }
+  char line[LINE_SIZE];
+  // A line longer than 127 characters comes in pieces, each read as a line.
+  while (std::fgets(line, sizeof line, f)) {
+    if (line[0] == '#') continue;
+    // Key and value are told apart by position: nine key characters, one
+    // separator of any kind, then the value.
+    const char* value = std::strlen(line) >= size_t(VALUE_OFFSET) ? line + VALUE_OFFSET : "";
+    if (std::strncmp(line, "hash_size", KEY_LENGTH) == 0) {
+      const int mb = std::atoi(value);
+      if (mb >= 8 && mb <= 512) hash_size = mb;
+    } else if (std::strncmp(line, "egbb_path", KEY_LENGTH) == 0) {
+      copy_first_word(egbb_path, value);
+      std::printf("egbb: %s\n", egbb_path);
+    } else if (std::strncmp(line, "book_path", KEY_LENGTH) == 0) {
+      copy_first_word(book_path, value);
+      std::printf("opening database: %s\n", book_path);
+    }
+  }
+  std::fclose(f);
+  return true;
+}
+
+}  // namespace orvo
