@@ -4,6 +4,7 @@
 #include <cstring>
 #include <ctime>
 
+#include "eval/eval.h"
 #include "position/tables.h"
 
 namespace orvo {
@@ -30,6 +31,8 @@ chess::chess() {
   ponder_on = 0;
   post_on = 1;
   show_board = game_over = quit_requested = book_on = 0;
+  ponder_move_text[0] = 0;
+  build_eval_tables();
 }
 
 chess::~chess() {

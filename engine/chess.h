@@ -50,7 +50,9 @@ class chess {
   // alone during a search.
   bool (*poll_input)(chess&) = nullptr;
 
-  // xboard state.
+  // xboard state. ponder_move_text: the expected reply being pondered on,
+  // in coordinate notation.
+  char ponder_move_text[8];
   i32 computer_side;
   u8 ponder_on, post_on, show_board, game_over, quit_requested, book_on;
 

@@ -60,7 +60,7 @@ struct SearchClock {
   double last_info;    // elapsed time of the last periodic "info" line
 };
 extern SearchClock search_clock;
-extern i32 nodes;
+extern i64 nodes;  // 64-bit: a long analysis passes two billion nodes
 extern i32 seldepth;
 
 // Seconds of the monotonic clock.

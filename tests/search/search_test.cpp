@@ -1,0 +1,142 @@
+#include <gtest/gtest.h>
+
+#include "position/makemove.h"
+#include "position/movegen.h"
+#include "protocol/movetext.h"
+#include "search/draws.h"
+#include "search/internal.h"
+#include "tests/search/search_fixture.h"
+#include "tests/support/positions.h"
+
+using namespace orvo;
+using orvo::test::sq;
+using SearchT = orvo::test::SearchTest;
+
+namespace {
+
+std::string text(Move m) {
+  char buf[8];
+  move_to_text(m, buf);
+  return buf;
+}
+
+}  // namespace
+
+TEST_F(SearchT, MateInOneAtDepthOne) {
+  Move m = think_depth("6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - 0 1", 1);
+  EXPECT_EQ(text(m), "d1d8");
+  EXPECT_EQ(state.best_score, MATE - 1);
+}
+
+TEST_F(SearchT, MateInTwoAtDepthThree) {
+  // 1. Nf6+ gxf6 2. Bxf7#.
+  Move m = think_depth("r2qkb1r/pp2nppp/3p4/2pNN1B1/2BnP3/3P4/PPP2PPP/R2bK2R w KQkq - 1 1", 3);
+  EXPECT_EQ(text(m), "d5f6");
+  EXPECT_EQ(state.best_score, MATE - 3);
+}
+
+TEST_F(SearchT, GoDepthStopsAtExactlyThatDepth) {
+  think_depth(start_fen, 4);
+  EXPECT_EQ(c->root_depth, 4);
+  EXPECT_EQ(state.best_depth, 4);
+  EXPECT_NE(state.best_move, 0u);
+}
+
+TEST_F(SearchT, MatedOrStalematedRootGivesNoMove) {
+  EXPECT_EQ(think_depth("7k/5Q2/6K1/8/8/8/8/8 b - - 0 1", 3), 0u);    // stalemate
+  EXPECT_EQ(think_depth("7k/6Q1/6K1/8/8/8/8/8 b - - 0 1", 3), 0u);     // mate
+  char buf[8];
+  move_to_text(0, buf);
+  EXPECT_STREQ(buf, "a8a8");
+}
+
+TEST_F(SearchT, SingleLegalMoveStopsAfterFourPlies) {
+  // Black's king on h8 has only Kg8... (White Qf6 covers g7 and h7? no:)
+  setup("7k/8/5K2/8/8/8/8/6R1 b - - 0 1");
+  MoveList l;
+  generate_all(c->pos, l);
+  int legal = 0;
+  undo u;
+  for (int i = 0; i < l.count; ++i)
+    if (make(c->pos, l.moves[i], u)) {
+      ++legal;
+      unmake(c->pos, u);
+    }
+  ASSERT_EQ(legal, 1);
+  think(*c);
+  EXPECT_TRUE(limits.fixedDepth);
+  EXPECT_EQ(limits.depthLimit, 4);
+  EXPECT_EQ(c->root_depth, 4);
+}
+
+TEST_F(SearchT, RepetitionIsADrawInsideTheSearch) {
+  setup(start_fen);
+  undo u[4];
+  const char* moves[] = {"g1f3", "g8f6", "f3g1", "f6g8"};
+  for (int i = 0; i < 4; ++i) {
+    MoveList l;
+    generate_all(c->pos, l);
+    for (int j = 0; j < l.count; ++j) {
+      char buf[8];
+      move_to_text(l.moves[j], buf);
+      if (std::string(buf) == moves[i]) {
+        ASSERT_TRUE(make(c->pos, l.moves[j], u[i]));
+      }
+    }
+  }
+  EXPECT_EQ(c->pos.hist_ply, 4);
+  EXPECT_EQ(repetitionCount(c->pos), 1);
+  Move pv[MAX_PLY + 2];
+  EXPECT_EQ(search(*c, c->pos, 4 * PLY, 1, -MATE, MATE, 0, pv), 0);
+}
+
+TEST_F(SearchT, FiftyMoveCounterAtHundredScoresZeroEvenWhenMated) {
+  setup("7k/6Q1/6K1/8/8/8/8/8 b - - 0 1");
+  c->pos.fifty = 100;
+  c->pos.in_check = 1;
+  Move pv[MAX_PLY + 2];
+  EXPECT_EQ(search(*c, c->pos, 2 * PLY, 1, -MATE, MATE, 0, pv), 0);
+  c->pos.fifty = 0;
+  EXPECT_EQ(search(*c, c->pos, 2 * PLY, 1, -MATE, MATE, 0, pv), 1 - MATE);
+}
+
+TEST_F(SearchT, QuiescenceMateScoreCarriesTheWinningSign) {
+  setup("7k/6Q1/6K1/8/8/8/8/8 b - - 0 1");
+  c->pos.in_check = 1;
+  EXPECT_EQ(quiesce(*c, c->pos, -MATE, MATE, 1, 3), MATE - 3);
+}
+
+TEST_F(SearchT, QuiescenceWithoutCapturesStandsPat) {
+  setup("4k3/8/8/8/8/8/8/4K2R w - - 0 1");
+  const int e = Evaluate(c->pos, -MATE, MATE);
+  EXPECT_EQ(quiesce(*c, c->pos, -MATE, MATE, 1, 1), e);
+  EXPECT_EQ(quiesce(*c, c->pos, e + 10, e + 20, 1, 1), e + 10);  // max(eval, alpha)
+  EXPECT_EQ(quiesce(*c, c->pos, e - 20, e - 10, 1, 1), e);        // reaches beta: eval itself
+}
+
+TEST_F(SearchT, QuiescenceAtPly63ReturnsTheEvaluation) {
+  setup("4k3/8/8/8/8/8/8/4K2R w - - 0 1");
+  c->pos.fifty = 100;  // neither the counter nor repetitions are looked at
+  EXPECT_EQ(quiesce(*c, c->pos, -MATE, MATE, 1, 63), Evaluate(c->pos, -MATE, MATE));
+}
+
+TEST_F(SearchT, QuiescenceNeverTouchesTheTable) {
+  setup("r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq - 0 1");
+  tt_clear();
+  quiesce(*c, c->pos, -MATE, MATE, 1, 1);
+  for (u32 i = 0; i < tt.primary_count; ++i) ASSERT_EQ(tt.primary[i].key, 0u);
+  for (u32 i = 0; i < tt.secondary_count; ++i) ASSERT_EQ(tt.secondary[i].key, 0u);
+}
+
+TEST_F(SearchT, MateDistancePruning) {
+  setup(start_fen);
+  Move pv[MAX_PLY + 2];
+  // A window already beyond the best possible mate at this ply returns at once.
+  const long before = nodes;
+  EXPECT_EQ(search(*c, c->pos, 3 * PLY, 10, MATE - 5, MATE - 4, 1, pv), MATE - 5);
+  EXPECT_EQ(nodes, before + 1);
+  limits.infinite = true;  // never prunes then
+  const int s = search(*c, c->pos, 1 * PLY, 10, MATE - 5, MATE - 4, 1, pv);
+  EXPECT_LT(s, MATE - 5);
+  limits.infinite = false;
+}
