@@ -12,6 +12,12 @@ class chess;
 int search(chess& c, board& b, int depth, int ply, int alpha, int beta, int nodeType, Move* pv);
 int quiesce(chess& c, board& b, int alpha, int beta, int flag, int ply);
 
+// The root: ordering, one iteration, and the output lines.
+int orderRootMoves(chess& c);
+int searchRoot(chess& c, board& b, int depth, int alpha, int beta, bool first_iteration);
+void printPV(chess& c);
+void printCurrMove(chess& c);
+
 // Counts down from the poll interval; the searches call poll at 0.
 extern i32 poll_countdown;
 extern i32 poll_interval;

@@ -1,0 +1,99 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "position/makemove.h"
+#include "position/movegen.h"
+#include "protocol/movetext.h"
+#include "search/draws.h"
+#include "tests/search/search_fixture.h"
+
+using namespace orvo;
+using Draws = orvo::test::SearchTest;
+
+namespace {
+
+void play(chess& c, const char* text) {
+  MoveList l;
+  generate_all(c.pos, l);
+  for (int i = 0; i < l.count; ++i) {
+    char buf[8];
+    move_to_text(l.moves[i], buf);
+    if (std::string(buf) == text && make(c.pos, l.moves[i], c.game_history[c.pos.hist_ply])) return;
+  }
+  FAIL() << "cannot play " << text;
+}
+
+std::string game_end_output(chess& c, bool& over) {
+  std::fflush(stdout);
+  testing::internal::CaptureStdout();
+  over = checkGameEnd(c);
+  std::fflush(stdout);
+  return testing::internal::GetCapturedStdout();
+}
+
+}  // namespace
+
+TEST_F(Draws, SecondOccurrenceInSearchThirdForTheGame) {
+  setup(start_fen);
+  for (const char* m : {"g1f3", "g8f6", "f3g1", "f6g8"}) play(*c, m);
+  EXPECT_EQ(repetitionCount(c->pos), 1);
+  bool over = true;
+  EXPECT_EQ(game_end_output(*c, over), "");
+  EXPECT_FALSE(over);
+  for (const char* m : {"g1f3", "g8f6", "f3g1", "f6g8"}) play(*c, m);
+  EXPECT_EQ(repetitionCount(c->pos), 2);
+  EXPECT_EQ(game_end_output(*c, over), "1/2-1/2 {Orvo: draw by 3-fold repetition}\n");
+  EXPECT_TRUE(over);
+}
+
+TEST_F(Draws, RepetitionsAcrossAPawnMoveAreNotFound) {
+  setup(start_fen);
+  for (const char* m : {"g1f3", "g8f6", "f3g1", "f6g8", "e2e3", "e7e6"}) play(*c, m);
+  for (const char* m : {"g1f3", "g8f6", "f3g1", "f6g8"}) play(*c, m);
+  EXPECT_EQ(repetitionCount(c->pos), 1);  // only the one after e7e6
+}
+
+TEST_F(Draws, InsufficientMaterial) {
+  bool over = false;
+  setup("4k3/8/8/8/8/8/8/2B1K1n1 w - - 0 1");  // KB v KN
+  EXPECT_EQ(game_end_output(*c, over), "1/2-1/2 {Orvo: insufficient material}\n");
+  setup("4k3/8/8/8/8/8/8/2B1KN2 w - - 0 1");  // KBN v K: 6 points, not two knights
+  EXPECT_EQ(game_end_output(*c, over), "");
+  EXPECT_FALSE(over);
+  setup("4k3/8/8/8/8/8/8/1N2KN2 w - - 0 1");  // KNN v K
+  EXPECT_EQ(game_end_output(*c, over), "1/2-1/2 {Orvo: insufficient material}\n");
+  setup("4k3/8/8/8/8/8/8/4K3 w - - 0 1");
+  EXPECT_EQ(game_end_output(*c, over), "1/2-1/2 {Orvo: insufficient material}\n");
+  setup("1n2k3/8/8/8/8/8/8/4K3 b - - 0 1");
+  EXPECT_EQ(game_end_output(*c, over), "1/2-1/2 {Orvo: insufficient material}\n");
+}
+
+TEST_F(Draws, StalemateMateAndFifty) {
+  bool over = false;
+  setup("7k/5Q2/6K1/8/8/8/8/8 b - - 0 1");
+  EXPECT_EQ(game_end_output(*c, over), "1/2-1/2 {Stalemate}\n");
+  EXPECT_TRUE(over);
+  setup("7k/6Q1/6K1/8/8/8/8/8 b - - 0 1");
+  EXPECT_EQ(game_end_output(*c, over), "1-0 {Orvo says White mates}\n");
+  setup("8/8/8/8/8/6k1/6q1/6K1 w - - 0 1");
+  EXPECT_EQ(game_end_output(*c, over), "0-1 {Orvo says Black mates}\n");
+  // Stalemate with the counter at 100: the fifty-move line comes first.
+  setup("7k/5Q2/6K1/8/8/8/8/8 b - - 0 1");
+  c->pos.fifty = 100;
+  EXPECT_EQ(game_end_output(*c, over), "1/2-1/2 {Orvo: draw by fifty-move-rule}\n");
+  // A game already over says nothing more.
+  c->game_over = 1;
+  EXPECT_EQ(game_end_output(*c, over), "");
+  EXPECT_TRUE(over);
+  c->game_over = 0;
+}
+
+TEST_F(Draws, NoLegalMove) {
+  setup("7k/5Q2/6K1/8/8/8/8/8 b - - 0 1");
+  EXPECT_TRUE(hasNoLegalMove(*c));
+  setup(start_fen);
+  const board before = c->pos;
+  EXPECT_FALSE(hasNoLegalMove(*c));
+  EXPECT_TRUE(c->pos == before);
+}
