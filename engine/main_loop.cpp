@@ -7,6 +7,7 @@
 #include "engine/chess.h"
 #include "protocol/input.h"
 #include "protocol/xboard.h"
+#include "tools/ini.h"
 
 namespace orvo {
 
@@ -22,6 +23,9 @@ void do_command(chess& c, const char* line) {
     std::exit(0);
   }
   if (std::strncmp(line, "create", 6) == 0) {
+    // The book builder reads its settings first; the builder itself is not
+    // part of this build, so the command ends here.
+    read_ini();
     std::exit(0);
   }
   if (std::strcmp(line, "quit") == 0) std::exit(0);

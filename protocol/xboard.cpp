@@ -4,10 +4,16 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "book/book.h"
 #include "engine/chess.h"
+#include "eval/eval.h"
 #include "position/fen.h"
 #include "position/perft.h"
 #include "protocol/input.h"
+#include "search/hash.h"
+#include "search/search.h"
+#include "tools/egbb.h"
+#include "tools/ini.h"
 
 namespace orvo {
 
@@ -72,6 +78,12 @@ void cmd_setboard(chess& c, Tokens& t) {
   std::snprintf(text, sizeof text, "%s %s %s %s ", f[0], f[1], f[2], f[3]);
   xboard_init(c);
   set_position(c.pos, text);
+  tt_clear();
+  // Reset as for UCI, so that every limit is cleared too.
+  const u8 uci = c.uci_mode;
+  c.uci_mode = 1;
+  resetSearch(c);
+  c.uci_mode = uci;
   // After a setboard the engine deliberately waits in force mode for "go"
   // or a move.
   c.force_mode = 1;
@@ -86,6 +98,14 @@ void cmd_fen(chess& c, Tokens&) {
 }
 
 void cmd_perft(chess& c, Tokens& t) { perft_command(c.pos, t.take()); }
+
+// The static score of the game position. The castling terms are judged
+// from this position's rights, as a search started here would, and the
+// window is open so that the full evaluation runs.
+void cmd_eval(chess& c, Tokens&) {
+  root_castle = c.pos.castle;
+  std::printf("%d\n", Evaluate(c.pos, NO_SCORE, -NO_SCORE));
+}
 
 struct Command {
   const char* name;
@@ -109,14 +129,27 @@ const Command commands[] = {
     {"setboard", cmd_setboard},
     {"fen", cmd_fen},
     {"perft", cmd_perft},
+    {"eval", cmd_eval},
 };
 
 }  // namespace
 
 void xboard_init(chess& c) {
+  static bool first = true;
+  if (first) {
+    first = false;
+    read_ini();
+    c.book_on = open_book(c);
+    tt_resize(hash_size);
+    egbb_load();
+    eval_allocate_caches();
+  }
   c.computer_side = -1;
   c.quit_requested = 0;
   c.post_on = 1;
+  c.searching = c.ponder_search = c.force_mode = 0;
+  clear_material_cache();
+  tt_clear();
 }
 
 void xboard_execute(chess& c, char* line) {

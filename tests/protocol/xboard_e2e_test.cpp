@@ -30,11 +30,18 @@ const char* const kStartDiagram =
     "         a   b   c   d   e   f   g   h\n"
     "\n";
 
-// Output after the two banner lines.
+// What the first "xboard" prints before its empty line when run without an
+// ini file: the book and the bitbase library cannot be opened.
+const std::string kInitLines =
+    "error opening database: " + std::string(38, ' ') + "\n" + "EgbbProbe not Loaded!\n";
+
+// Output after the two banner lines and the initialisation messages.
 std::string after_banner(const std::string& out) {
   size_t first = out.find('\n');
   size_t second = out.find('\n', first + 1);
-  return out.substr(second + 1);
+  std::string rest = out.substr(second + 1);
+  if (rest.compare(0, kInitLines.size(), kInitLines) == 0) rest = rest.substr(kInitLines.size());
+  return rest;
 }
 
 }  // namespace
@@ -50,6 +57,8 @@ TEST(XboardE2E, Transcript) {
       "quit\n");
   ASSERT_FALSE(r.timed_out);
   EXPECT_EQ(r.status, 0);
+  EXPECT_NE(r.out.find("\n" + kInitLines + "\nfeature"), std::string::npos) << r.out;
+  EXPECT_EQ(r.err, "\"Orvo214.ini\" not found.\n\n");
   std::string out = after_banner(r.out);
   std::string expected = std::string("\n") +
       "feature ping=0 playother=0 san=0 usermove=1 time=1 draw=0 sigint=0 sigterm=0 reuse=0 "
@@ -130,4 +139,20 @@ TEST(XboardE2E, SetboardWithoutArgumentsDoesNothing) {
 TEST(XboardE2E, TooDeepPerftIsRefused) {
   auto r = run_orvo("xboard\nperft 99999\nquit\n");
   EXPECT_NE(r.out.find("perft: depth 99999 is too deep, the largest is 10\n"), std::string::npos);
+}
+
+TEST(XboardE2E, EvalPrintsTheScore) {
+  auto r = run_orvo(
+      "xboard\n"
+      "setboard rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1\n"
+      "eval\n"
+      "setboard 4k3/8/8/8/8/8/8/4K3 w - - 0 1\n"
+      "eval\n"
+      "quit\n");
+  auto lines = split_lines(r.out);
+  // The start position is symmetric; bare kings are a dead draw.
+  int evals = 0;
+  for (const auto& l : lines)
+    if (l == "0") ++evals;
+  EXPECT_EQ(evals, 2) << r.out;
 }
