@@ -94,6 +94,8 @@ u64 rot_h1a8_bit[64];
 u64 rot_a1h8_bit[64];
 u64 pawn_attacks[2][64];
 SliderSquare slider_sq[64];
+u64 rook_lines[64];
+u64 bishop_lines[64];
 
 i8 direction[64][64];
 u64 ray[8][64];
@@ -195,6 +197,11 @@ void build_movegen_tables() {
                    NORTH_WEST);
   build_line_table(diag_a1h8_attacks, rot_a1h8_map, diag_a1h8_start, diag_a1h8_len, NORTH_EAST,
                    SOUTH_WEST);
+  for (int s = 0; s < 64; ++s) {
+    rook_lines[s] = bishop_lines[s] = 0;
+    for (int d = 0; d < 8; ++d)
+      for (int t = next_sq[d][s]; t != -1; t = next_sq[d][t]) (d & 1 ? bishop_lines : rook_lines)[s] |= 1ull << t;
+  }
   for (int s = 0; s < 64; ++s) {
     SliderSquare& q = slider_sq[s];
     q.rank_shift = u8(rank_shift[s]);

@@ -46,6 +46,9 @@ extern int rot_a1h8_index[64];
 extern u64 rot90_bit[64];
 extern u64 rot_h1a8_bit[64];
 extern u64 rot_a1h8_bit[64];
+// Every square on a rook's / a bishop's lines through sq, on an empty board.
+extern u64 rook_lines[64];
+extern u64 bishop_lines[64];
 // Squares a pawn of colour c standing on sq attacks.
 extern u64 pawn_attacks[2][64];
 
@@ -127,9 +130,10 @@ inline bool attacked_by(const board& b, int sq) {
   if (knight_attacks[sq] & a[BB_KNIGHT]) return true;
   if (pawn_attacks[C ^ 1][sq] & a[BB_PAWN]) return true;
   if (king_attacks[b.king_sq[C]] & (1ull << sq)) return true;
-  const u64 rq = a[BB_ROOK] | a[BB_QUEEN];
+  // Sliders off the square's lines on an empty board cannot attack it.
+  const u64 rq = (a[BB_ROOK] | a[BB_QUEEN]) & rook_lines[sq];
   if (rq && (rook_attacks(b, sq) & rq)) return true;
-  const u64 bq = a[BB_BISHOP] | a[BB_QUEEN];
+  const u64 bq = (a[BB_BISHOP] | a[BB_QUEEN]) & bishop_lines[sq];
   return bq && (bishop_attacks(b, sq) & bq);
 }
 
