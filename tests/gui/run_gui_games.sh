@@ -284,9 +284,9 @@ note "match took $((now - match_start))s"
 
 # ------------------------------------------------------------ verdicts ---
 
-# One line per game saved in the PGN:
-# round <TAB> white <TAB> black <TAB> Result tag <TAB> result token <TAB>
-# final comment <TAB> number of moves
+# One line per game saved in the PGN, fields separated by \037 (a field may
+# be empty, which a whitespace separator would swallow): round, white,
+# black, Result tag, result token, final comment, number of moves
 pgn_table() {
     [ -f "$pgn" ] || return 0
     awk '
@@ -314,8 +314,8 @@ pgn_table() {
             tok = substr(stripped, RSTART, RLENGTH)
             gsub(/[ \t\r]/, "", tok)
         }
-        gsub(/\t/, " ", reason)
-        printf "%s\t%s\t%s\t%s\t%s\t%s\t%d\n", tags["Round"], tags["White"], tags["Black"], tags["Result"], tok, reason, n
+        gsub(/\037/, " ", reason)
+        printf "%s\037%s\037%s\037%s\037%s\037%s\037%d\n", tags["Round"], tags["White"], tags["Black"], tags["Result"], tok, reason, n
         have = 0
     }
     /^\[Event / { flush(); have = 1; movetext = ""; split("", tags) }
@@ -330,9 +330,9 @@ pgn_table() {
     ' "$pgn"
 }
 
-# One line per game seen in xboard's debug log:
-# game <TAB> colour of the engine under test (w/b) <TAB> end reason <TAB>
-# result <TAB> engine-death evidence <TAB> illegal-move evidence
+# One line per game seen in xboard's debug log, fields separated by \037:
+# game, colour of the engine under test (w/b), end reason, result,
+# engine-death evidence, illegal-move evidence
 debug_table() {
     [ -f "$debug_log" ] || return 0
     awk -v games="$games" '
@@ -379,14 +379,14 @@ debug_table() {
     END {
         n = (maxk > games) ? maxk : games
         for (i = 1; i <= n; i++) {
-            printf "%d\t%s\t%s\t%s\t%s\t%s\n", i, col[i], reason[i], result[i], crash[i], illegal[i]
+            printf "%d\037%s\037%s\037%s\037%s\037%s\n", i, col[i], reason[i], result[i], crash[i], illegal[i]
         }
     }
     ' "$debug_log"
 }
 
 declare -A p_res p_tok p_reason p_moves p_white p_black
-while IFS=$'\t' read -r round white black res tok reason moves; do
+while IFS=$'\037' read -r round white black res tok reason moves; do
     case $round in '' | *[!0-9]*) continue ;; esac
     p_white[$round]=$white
     p_black[$round]=$black
@@ -397,7 +397,7 @@ while IFS=$'\t' read -r round white black res tok reason moves; do
 done < <(pgn_table)
 
 declare -A d_col d_reason d_result d_crash d_illegal
-while IFS=$'\t' read -r g col reason result crash illegal; do
+while IFS=$'\037' read -r g col reason result crash illegal; do
     d_col[$g]=$col
     d_reason[$g]=$reason
     d_result[$g]=$result
