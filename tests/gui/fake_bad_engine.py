@@ -18,6 +18,8 @@ that starts engines without arguments):
   timeloss[:N]  from its N-th "go" on, never answer (the clock runs out)
   mute          never answer "uci" at all
   badquit       play normally, but die with SIGABRT when told to quit
+  stall[:N]     from its N-th "ucinewgame" (default 3) on, ignore
+                everything, "isready" included: a deadlocked engine
   killadapter[:N]  on its N-th "go" kill the adapter process that started
                 it (polyglot), as if the adapter itself had crashed
 
@@ -56,7 +58,7 @@ def main():
     mode, _, count = spec.partition(":")
     nth = int(count) if count else 3
     if mode not in ("good", "illegal", "crash", "exit", "timeloss", "mute",
-                    "badquit", "killadapter"):
+                    "badquit", "killadapter", "stall"):
         sys.stderr.write("fake_bad_engine: unknown mode %r\n" % mode)
         return 2
 
@@ -99,9 +101,16 @@ def main():
         except BrokenPipeError:
             pass
 
+    newgames = 0
     for raw in sys.stdin:
         cmd = raw.strip()
         word = cmd.split(" ", 1)[0] if cmd else ""
+        if word == "ucinewgame":
+            newgames += 1
+            if mode == "stall" and newgames >= nth:
+                state["swallow"] = True
+        if mode == "stall" and state["swallow"] and word != "quit":
+            continue
         if word == "go":
             state["gos"] += 1
             if state["gos"] >= nth:

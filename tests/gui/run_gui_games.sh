@@ -22,6 +22,9 @@
 #   GUI_OPPONENT      xboard engine used as opponent        default fairymax
 #   GUI_PONDER        1 lets both engines ponder            default 0
 #   GUI_NOGUI         1 passes -noGUI (no board drawing)    default 0
+#   GUI_ENGINE_FILES  files (space-separated) copied into the engine's
+#                     working directory first, e.g. its ini file; by default
+#                     that directory is empty, so the engine runs on defaults
 #   GUI_ARTIFACTS     directory to copy the PGN and logs into before cleanup
 #   GUI_VERBOSE       1 prints extra progress information
 
@@ -59,7 +62,12 @@ opponent=${GUI_OPPONENT:-fairymax}
 ponder=${GUI_PONDER:-0}
 nogui=${GUI_NOGUI:-0}
 artifacts=${GUI_ARTIFACTS:-}
+engine_files=${GUI_ENGINE_FILES:-}
 verbose=${GUI_VERBOSE:-0}
+
+for f in $engine_files; do
+    [ -f "$f" ] || die "GUI_ENGINE_FILES: '$f' is not a file"
+done
 
 case $game_timeout in
     '' | *[!0-9]*) die "GUI_GAME_TIMEOUT must be a whole number of seconds" ;;
@@ -106,6 +114,9 @@ work=$(mktemp -d "${TMPDIR:-/tmp}/orvo-gui.XXXXXX") || die "mktemp failed"
 engine_dir=$work/engine        # the engine under test runs here
 opponent_dir=$work/opponent
 mkdir -p "$engine_dir" "$opponent_dir" "$work/home"
+for f in $engine_files; do
+    cp -- "$f" "$engine_dir"/ || die "cannot copy '$f'"
+done
 
 pgn=$work/games.pgn
 debug_log=$work/xboard.debug
@@ -226,7 +237,7 @@ echo "$me: $games game(s), $(basename "$engine") vs $opponent, xboard -tc $tc -i
 (cd "$work" && exec setsid xboard "${xb_args[@]}") </dev/null >"$xb_out" 2>&1 &
 xb_pid=$!
 
-declare -A game_start game_end exit_game
+declare -A game_start game_end
 current=0
 hang_game=0
 now=$(date +%s)
@@ -420,6 +431,37 @@ while read -r status g; do
     fi
 done <"$exits_seen"
 
+# The result of each game: from the PGN when xboard saved the game (it
+# does not save games without moves), else from its debug log.
+declare -A g_res g_reason
+for ((g = 1; g <= games; g++)); do
+    res=${p_tok[$g]:-}
+    [ -n "$res" ] && [ "$res" != "*" ] || res=${p_res[$g]:-}
+    [ -n "$res" ] || res=${d_result[$g]:-}
+    reason=${p_reason[$g]:-}
+    [ -n "$reason" ] || reason=${d_reason[$g]:-}
+    g_res[$g]=$res
+    g_reason[$g]=$reason
+done
+
+proper_result() {
+    case ${g_res[$1]:-} in
+        1-0 | 0-1 | 1/2-1/2) return 0 ;;
+    esac
+    return 1
+}
+
+# A game that had already ended when the time ran out did not hang: the
+# next one never got going, or xboard failed to quit after the last one.
+if [ "$hang_game" -ge 1 ] && proper_result "$hang_game"; then
+    if [ "$hang_game" -lt "$games" ]; then
+        hang_game=$((hang_game + 1))
+    else
+        echo "warning: every game ended, but xboard did not quit by itself"
+        hang_game=0
+    fi
+fi
+
 passed=0
 failed=0
 
@@ -431,11 +473,8 @@ for ((g = 1; g <= games; g++)); do
     fi
     [ "$col" = w ] && side=white || side=black
 
-    res=${p_tok[$g]:-}
-    [ -n "$res" ] && [ "$res" != "*" ] || res=${p_res[$g]:-}
-    [ -n "$res" ] || res=${d_result[$g]:-}
-    reason=${p_reason[$g]:-}
-    [ -n "$reason" ] || reason=${d_reason[$g]:-}
+    res=${g_res[$g]}
+    reason=${g_reason[$g]}
     moves=${p_moves[$g]:-0}
     secs=
     if [ -n "${game_start[$g]:-}" ] && [ -n "${game_end[$g]:-}" ]; then

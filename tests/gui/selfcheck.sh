@@ -2,7 +2,8 @@
 # Checks that run_gui_games.sh tells good engines from bad ones: a faithful
 # engine must pass, and each kind of misbehaviour of fake_bad_engine.py
 # (illegal move, crash, silent exit, time loss, no handshake, crash on quit,
-# dead adapter) and a hung game must fail with the right diagnosis. Also
+# deadlock between games, dead adapter) and a hung game must fail with the
+# right diagnosis. Also
 # checks that no process or temporary directory is left behind.
 #
 #   tests/gui/selfcheck.sh
@@ -36,9 +37,10 @@ trap 'rm -rf "$scratch"' EXIT
 ok=0
 bad=0
 
-# check NAME EXPECTED_STATUS PATTERN [VAR=VALUE ...] -- ENGINE GAMES
+# check NAME EXPECTED_STATUS PATTERNS [VAR=VALUE ...] -- ENGINE GAMES
 # Runs the game test with a private TMPDIR and compares its exit status and
-# output with what is expected.
+# output with what is expected. PATTERNS holds one or more extended regular
+# expressions separated by ';;', each of which some output line must match.
 check() {
     local name=$1 want_rc=$2 pattern=$3
     shift 3
@@ -48,15 +50,21 @@ check() {
         shift
     done
     shift
-    local tmp=$scratch/$name out=$scratch/$name.out rc why=
+    local tmp=$scratch/$name out=$scratch/$name.out rc why= p
     mkdir -p "$tmp"
     env TMPDIR="$tmp" "${envs[@]}" "$runner" "$@" </dev/null >"$out" 2>&1
     rc=$?
 
     if [ "$rc" != "$want_rc" ]; then
         why="exit status $rc, expected $want_rc"
-    elif ! grep -Eq -- "$pattern" "$out"; then
-        why="output does not match /$pattern/"
+    fi
+    while [ -z "$why" ] && [ -n "$pattern" ]; do
+        p=${pattern%%;;*}
+        if [ "$p" = "$pattern" ]; then pattern=; else pattern=${pattern#*;;}; fi
+        grep -Eq -- "$p" "$out" || why="output does not match /$p/"
+    done
+    if [ -n "$why" ]; then
+        :
     elif [ "$want_rc" != 2 ] && ! tail -n 1 "$out" | grep -Eq '^[0-9]+ passed, [0-9]+ failed$'; then
         why="last line is not the 'N passed, N failed' summary"
     elif [ -n "$(ls -A "$tmp")" ]; then
@@ -82,6 +90,7 @@ check exit        1 'FAIL - engine under test died'      FAKE_ENGINE_MODE=exit:3
 check timeloss    1 'FAIL - engine under test lost on time' FAKE_ENGINE_MODE=timeloss:3 -- "$fake" 1
 check mute        1 '^game 1: FAIL'                      FAKE_ENGINE_MODE=mute          -- "$fake" 1
 check badquit     1 'FAIL - engine under test exited with signal 6' FAKE_ENGINE_MODE=badquit -- "$fake" 1
+check stall       1 '^game 1: ok;;^game 2: FAIL - engine under test lost on time' FAKE_ENGINE_MODE=stall:3 -- "$fake" 2
 check killadapter 1 '^game 1: FAIL'                      FAKE_ENGINE_MODE=killadapter:3 -- "$fake" 1
 check hang        1 'FAIL - hang'                        GUI_GAME_TIMEOUT=3             -- "$FAKE_INNER_ENGINE" 1
 check usage       2 'usage:'                                                            -- "$fake" 1 extra
