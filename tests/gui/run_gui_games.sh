@@ -133,10 +133,10 @@ xb_pid=
 stop_group() {
     # Ends xboard and everything it started (polyglot, both engines): they
     # all share the process group that setsid gave xboard.
-    local pgid=$1 i
+    local pgid=$1
     kill -0 -- "-$pgid" 2>/dev/null || return 0
     kill -TERM -- "-$pgid" 2>/dev/null
-    for i in 1 2 3 4 5 6 7 8 9 10; do
+    for _ in 1 2 3 4 5 6 7 8 9 10; do
         kill -0 -- "-$pgid" 2>/dev/null || return 0
         sleep 0.2
     done
@@ -186,12 +186,12 @@ chmod +x "$launcher"
 # --------------------------------------------------------- X server ------
 
 start_xvfb() {
-    local dfile=$work/display i n
+    local dfile=$work/display n
     : >"$dfile"
     Xvfb -displayfd 9 -screen 0 1280x1024x24 -nolisten tcp \
         9>"$dfile" >"$work/xvfb.log" 2>&1 </dev/null &
     xvfb_pid=$!
-    for i in $(seq 1 100); do
+    for _ in $(seq 1 100); do
         n=$(tr -dc '0-9' <"$dfile")
         if [ -n "$n" ]; then
             export DISPLAY=":$n"
@@ -283,7 +283,7 @@ if [ "$hang_game" -ge 1 ]; then
 else
     wait "$xb_pid" 2>/dev/null
     # Give the engine a moment to finish quitting, so its exit is recorded.
-    for i in 1 2 3 4 5 6 7 8 9 10; do
+    for _ in 1 2 3 4 5 6 7 8 9 10; do
         [ -s "$exits" ] && break
         sleep 0.2
     done
@@ -396,11 +396,9 @@ debug_table() {
     ' "$debug_log"
 }
 
-declare -A p_res p_tok p_reason p_moves p_white p_black
-while IFS=$'\037' read -r round white black res tok reason moves; do
+declare -A p_res p_tok p_reason p_moves
+while IFS=$'\037' read -r round _white _black res tok reason moves; do
     case $round in '' | *[!0-9]*) continue ;; esac
-    p_white[$round]=$white
-    p_black[$round]=$black
     p_res[$round]=$res
     p_tok[$round]=$tok
     p_reason[$round]=$reason

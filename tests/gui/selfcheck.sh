@@ -50,7 +50,7 @@ check() {
         shift
     done
     shift
-    local tmp=$scratch/$name out=$scratch/$name.out rc why= p
+    local tmp=$scratch/$name out=$scratch/$name.out rc why='' p
     mkdir -p "$tmp"
     env TMPDIR="$tmp" "${envs[@]}" "$runner" "$@" </dev/null >"$out" 2>&1
     rc=$?
