@@ -52,10 +52,10 @@ def find_ancestor(name):
 
 def main():
     if len(sys.argv) > 1:
-        spec = sys.argv[1]
+        choice = sys.argv[1]
     else:
-        spec = os.environ.get("FAKE_ENGINE_MODE", "good")
-    mode, _, count = spec.partition(":")
+        choice = os.environ.get("FAKE_ENGINE_MODE", "good")
+    mode, _, count = choice.partition(":")
     nth = int(count) if count else 3
     if mode not in ("good", "illegal", "crash", "exit", "timeloss", "mute",
                     "badquit", "killadapter", "stall"):
