@@ -76,16 +76,23 @@ bool probe_book_moves(chess& c, const Move* moves, int count, Move& out) {
   const u64 position_key = c.pos.key & BOOK_POSITION_BITS;
   const bool white_to_move = c.pos.side == WHITE;
   int found_index[256], weight[256];
+  u64 found_key[256];
   int found = 0;
   if (count > 256) count = 256;
   for (int i = 0; i < count; ++i) {
     const u64 key = book_entry_key(position_key, moves[i]);
+    // The promotions of one pawn to one square share a record; it belongs
+    // to the first of them in the list, and is counted once.
+    bool shared = false;
+    for (int j = 0; j < found && !shared; ++j) shared = found_key[j] == key;
+    if (shared) continue;
     // A book that would not open is tried, and reported, again for every
     // root move: deliberate, the probe has no memory of the failure.
     if (!c.book_file && !open_book(c)) continue;
     BookRecord r;
     if (!find_record(c, key, r)) continue;
     found_index[found] = i;
+    found_key[found] = key;
     // Only the side to move's successes count: its wins and the draws.
     weight[found] = white_to_move ? r.white_wins + r.draws : r.black_wins + r.draws;
     ++found;

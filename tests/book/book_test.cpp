@@ -205,12 +205,39 @@ TEST_F(Book, PromotionsShareOneRecordAndTheFirstInTheListWins) {
   const char* fen = "8/4P3/8/8/8/8/k7/7K w - - 0 1";
   write_book({record(fen, E7, E8, 3, 0, 0)});
   set_position(c->pos, fen);
-  const Move moves[2] = {encode_move(E7, E8, 0, ROOK, PAWN), encode_move(E7, E8, 0, QUEEN, PAWN)};
-  Move m = 0;
+  const Move moves[4] = {encode_move(E7, E8, 0, ROOK, PAWN), encode_move(E7, E8, 0, QUEEN, PAWN),
+                         encode_move(E7, E8, 0, KNIGHT, PAWN), encode_move(H1, G1, 0, 0, KING)};
   testing::internal::CaptureStdout();
-  ASSERT_TRUE(probe_book_moves(*c, moves, 2, m));
+  for (unsigned seed = 1; seed <= 100; ++seed) {
+    std::srand(seed);
+    Move m = 0;
+    ASSERT_TRUE(probe_book_moves(*c, moves, 4, m));
+    ASSERT_EQ(m, moves[0]) << seed;
+  }
   testing::internal::GetCapturedStdout();
-  EXPECT_EQ(m, moves[0]);
+  // In the generated list the queen promotion comes first.
+  for (unsigned seed = 1; seed <= 100; ++seed) {
+    std::srand(seed);
+    Move m = 0;
+    ASSERT_TRUE(probe(fen, m));
+    ASSERT_EQ(m, encode_move(E7, E8, 0, QUEEN, PAWN)) << seed;
+  }
+}
+
+TEST_F(Book, SharedPromotionRecordCountsOnceAmongOtherMoves) {
+  // Promotion record weight 1, king move weight 1: 50 % each, not 75 %
+  // for the three promotions together.
+  const char* fen = "8/4P3/8/8/8/8/k7/7K w - - 0 1";
+  write_book({record(fen, E7, E8, 1, 0, 0), record(fen, H1, G1, 1, 0, 0)});
+  int promotions = 0, king = 0;
+  std::srand(777);
+  for (int i = 0; i < 1000; ++i) {
+    Move m = 0;
+    ASSERT_TRUE(probe(fen, m));
+    (move_piece(m) == PAWN ? promotions : king)++;
+  }
+  EXPECT_GT(king, 400);
+  EXPECT_GT(promotions, 400);
 }
 
 TEST_F(Book, FirstMatchingRecordIsTheMovesRecord) {
