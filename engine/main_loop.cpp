@@ -6,12 +6,19 @@
 
 #include "engine/chess.h"
 #include "protocol/input.h"
+#include "protocol/uci.h"
 #include "protocol/xboard.h"
 #include "tools/ini.h"
 
 namespace orvo {
 
 void do_command(chess& c, const char* line) {
+  if (std::strcmp(line, "uci") == 0) {
+    c.uci_mode = 1;
+    c.xboard_mode = 0;
+    std::setvbuf(stdout, nullptr, _IONBF, 0);
+    uci_start(c);
+  }
   if (std::strcmp(line, "xb") == 0 || std::strcmp(line, "xboard") == 0) {
     c.uci_mode = 0;
     c.xboard_mode = 1;

@@ -384,7 +384,7 @@ void uci_position(chess& c, char* line) {
 
 void uci_send_bestmove(chess& c) {
   (void)c;
-  send_line("info time %.0f nodes %d nps %.0f cpuload %.0f", search_clock.elapsed * 1000.0, nodes,
+  send_line("info time %.0f nodes %lld nps %.0f cpuload %.0f", search_clock.elapsed * 1000.0, (long long)nodes,
             search_clock.nps, search_clock.cpu_load * 1000.0);
   char best[6], reply[6];
   move_to_text(state.best_move, best);

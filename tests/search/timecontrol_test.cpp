@@ -2,6 +2,13 @@
 
 #include <unistd.h>
 
+#include <atomic>
+#include <chrono>
+#include <string>
+#include <thread>
+
+#include "protocol/input.h"
+
 #include "search/internal.h"
 #include "tests/search/search_fixture.h"
 
@@ -126,13 +133,51 @@ TEST_F(TimeControl, MovetimeStopsAtTheHardLimitNotTheTarget) {
   EXPECT_LT(took, 1.5);
 }
 
-TEST_F(TimeControl, InfiniteIgnoresDepthAndTime) {
-  setup("4k3/8/8/8/8/8/8/4K2R w - - 0 1");
+namespace {
+
+// Stands in for a protocol: lines trickle in through a pipe on descriptor 0
+// and this handler reads one per call; once the search has reached its
+// fifth iteration it asks it to stop, as "stop" would.
+bool stop_after_depth_five(chess& c) {
+  char line[16];
+  read_line(line, sizeof line);
+  if (c.root_depth >= 5) state.stop_command = true;
+  return false;
+}
+
+}  // namespace
+
+TEST_F(TimeControl, InfiniteIgnoresDepthAndTimeUntilACommandStopsIt) {
+  int fds[2];
+  ASSERT_EQ(pipe(fds), 0);
+  const int saved_stdin = dup(0);
+  dup2(fds[0], 0);
+  close(fds[0]);
+  std::atomic<bool> done{false};
+  std::thread writer([&] {
+    while (!done) {
+      if (write(fds[1], "x\n", 2) != 2) break;
+      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+  });
+
+  setup("r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq - 0 1");
   limits.infinite = true;
   limits.fixedDepth = true;
   limits.depthLimit = 2;
-  // Nothing but the iteration limit ends this search: it runs to depth 64
-  // quickly in this tiny position, or is cut by a stop command.
+  limits.timed = true;
+  limits.hardLimit = 0.0;
+  limits.targetTime = 0.0;
+  c->poll_input = stop_after_depth_five;
   think(*c);
-  EXPECT_GT(c->root_depth, 2);
+  c->poll_input = nullptr;
+  EXPECT_GE(c->root_depth, 5);  // neither the depth nor the time limit ended it
+  EXPECT_TRUE(state.stop_command);
+  EXPECT_NE(state.best_move, 0u);
+
+  done = true;
+  writer.join();
+  close(fds[1]);
+  dup2(saved_stdin, 0);
+  close(saved_stdin);
 }
