@@ -1,6 +1,7 @@
 // Helpers shared by the evaluation tests.
 #pragma once
 #include <string>
+#include <vector>
 
 #include "eval/eval.h"
 #include "eval/pawns.h"
@@ -48,6 +49,19 @@ inline int piece_terms(board& b, const eval::pawn_record& r) {
   return eval::knight_term(b, r) + eval::bishop_term(b, r) + eval::rook_term(b, r) +
          eval::queen_term(b);
 }
+
+// Every position of the perft suite file at path, and every position reached
+// from each by up to `plies` legal moves (duplicates kept).
+std::vector<board> suite_positions(const std::string& path, int plies);
+
+// Positions met on `walks` random games of `plies` legal moves from each
+// root (a fixed-seed generator, so the same every run).
+std::vector<board> random_walks(const std::vector<board>& roots, int walks, int plies);
+
+// Evaluation as with emptied caches: the two cache entries this position
+// reads (its pawn-structure record and its material-signature entry) are
+// emptied first, which is all an evaluation can see of the caches.
+int cold_eval(board& b, int alpha = OPEN_ALPHA, int beta = OPEN_BETA);
 
 // The colour-flipped FEN: ranks mirrored, piece colours swapped, side to
 // move swapped, castling rights and the en-passant square mirrored.
