@@ -50,7 +50,7 @@ void evaluate_everywhere(board& b) {
 
 }  // namespace
 
-TEST(BadInput, OddPositionsDoNotCrash) {
+TEST(eval_bad_input, OddPositionsDoNotCrash) {
   test::fresh_eval();
   for (int castle = 0; castle < 16; castle += 5) {
     root_castle = u32(castle);
@@ -70,14 +70,14 @@ TEST(BadInput, OddPositionsDoNotCrash) {
   root_castle = 0;
 }
 
-TEST(BadInput, DefaultConstructedBoard) {
+TEST(eval_bad_input, DefaultConstructedBoard) {
   test::fresh_eval();
   board b;  // never set up: no pieces, every colour entry 0
   EXPECT_EQ(test::full_eval(b), 0);
   evaluate_everywhere(b);
 }
 
-TEST(BadInput, EmptyBoardScoresZero) {
+TEST(eval_bad_input, EmptyBoardScoresZero) {
   test::fresh_eval();
   board b = test::position("8/8/8/8/8/8/8/8 w - - 0 1");
   EXPECT_EQ(test::full_eval(b), 0);

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "position/tables.h"
 #include "tests/eval/eval_test_util.h"
 #include "tests/support/data.h"
 
@@ -88,7 +89,7 @@ void pollute_pawn_tables(int n) {
 
 }  // namespace
 
-class CacheConsistency : public ::testing::Test {
+class eval_cache : public ::testing::Test {
  protected:
   void SetUp() override {
     test::fresh_eval();
@@ -97,7 +98,7 @@ class CacheConsistency : public ::testing::Test {
   void TearDown() override { root_castle = 0; }
 };
 
-TEST_F(CacheConsistency, PerftSuiteTwoPliesDeep) {
+TEST_F(eval_cache, PerftSuiteTwoPliesDeep) {
   ORVO_REQUIRE_DATA(path, "perft/perftsuite.epd");
   std::vector<board> positions = test::suite_positions(path, 2);
   ASSERT_GT(positions.size(), 10000u);
@@ -156,7 +157,7 @@ TEST_F(CacheConsistency, PerftSuiteTwoPliesDeep) {
   }
 }
 
-TEST_F(CacheConsistency, CollidingEntriesAreRecomputed) {
+TEST_F(eval_cache, CollidingEntriesAreRecomputed) {
   ORVO_REQUIRE_DATA(path, "perft/perftsuite.epd");
   std::vector<board> positions = test::suite_positions(path, 1);
   const std::vector<board> games = test::random_walks(test::suite_positions(path, 0), 4, 60);
@@ -197,9 +198,11 @@ TEST_F(CacheConsistency, CollidingEntriesAreRecomputed) {
   EXPECT_GT(material_pairs, 0);
 }
 
-TEST(CacheLifecycle, EvaluateWorksBeforeAnyAllocation) {
-  // The driver builds its tables and caches itself when nobody did; this
-  // test binary may already have done so, which is fine too.
+TEST(eval_cache_lifecycle, EvaluateWorksBeforeAnyAllocation) {
+  // The driver builds its tables and caches itself when nobody did (run
+  // alone, as ctest does, this test is the first to evaluate). Position
+  // setup needs the position tables first.
+  init_tables();
   board b;
   set_position(b, start_fen);
   const int s = Evaluate(b, test::OPEN_ALPHA, test::OPEN_BETA);
@@ -209,7 +212,7 @@ TEST(CacheLifecycle, EvaluateWorksBeforeAnyAllocation) {
   EXPECT_EQ(Evaluate(b, test::OPEN_ALPHA, test::OPEN_BETA), s);
 }
 
-TEST(CacheLifecycle, ExternalPawnTablesCanBeAttached) {
+TEST(eval_cache_lifecycle, ExternalPawnTablesCanBeAttached) {
   test::fresh_eval();
   std::vector<pawn_record> black(PAWN_TABLE_SIZE), white(PAWN_TABLE_SIZE);
   attach_pawn_tables(black.data(), white.data());

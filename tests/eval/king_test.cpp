@@ -11,7 +11,7 @@ using orvo::test::pawn_record_of;
 using orvo::test::piece_terms;
 using orvo::test::position;
 
-class King : public ::testing::Test {
+class eval_king : public ::testing::Test {
  protected:
   void SetUp() override {
     test::fresh_eval();
@@ -21,7 +21,7 @@ class King : public ::testing::Test {
 
 // ---- King safety
 
-TEST_F(King, CastledBehindIntactSheltersIsZero) {
+TEST_F(eval_king, CastledBehindIntactSheltersIsZero) {
   // Both castled (no rights at setup), shelters f-g-h intact, rooks and
   // queens too far away for any pressure; middlegame.
   board b = position("rr1q2k1/5ppp/8/8/8/8/5PPP/RR1Q2K1 w - - 0 1");
@@ -35,7 +35,7 @@ TEST_F(King, CastledBehindIntactSheltersIsZero) {
   EXPECT_EQ(king_safety_term(b, r), 0);
 }
 
-TEST_F(King, UncastledKingWithBothRights) {
+TEST_F(eval_king, UncastledKingWithBothRights) {
   // White Ke1 with both rights; the start position's pawns give every
   // shelter value 0, so S = max(0, 3) = 3 and the term loses T[3][0] = 21.
   // Black is castled on g8 behind an intact shelter: T[0][0] = 0.
@@ -52,7 +52,7 @@ TEST_F(King, UncastledKingWithBothRights) {
   EXPECT_EQ(castling_term(b, r, WHITE), -13);
 }
 
-TEST_F(King, DangerWithAndWithoutTheAttackersQueen) {
+TEST_F(eval_king, DangerWithAndWithoutTheAttackersQueen) {
   // White castled on g1 with a kingside shelter of 15 under pressure 6:
   // T[15][6] = (200 * 6 + 105 * 15) / 21 = 132 while Black has a queen.
   board b = position("r2qk2r/8/8/8/8/8/8/R2Q1RK1 w - - 0 1");
@@ -72,7 +72,7 @@ TEST_F(King, DangerWithAndWithoutTheAttackersQueen) {
   EXPECT_EQ(king_safety_term(nq, r), -117);
 }
 
-TEST_F(King, BlackPressureIsRemappedBeforeItIsClamped) {
+TEST_F(eval_king, BlackPressureIsRemappedBeforeItIsClamped) {
   // No White queen. Black castled on e8 with an e-file shelter of 5.
   board b = position("r2qk2r/8/8/8/8/8/8/RNB1K2R w - - 0 1");
   pawn_record r = pawn_record_of(b);
@@ -90,7 +90,7 @@ TEST_F(King, BlackPressureIsRemappedBeforeItIsClamped) {
   EXPECT_EQ(danger[3][10], 126);
 }
 
-TEST_F(King, WhitePressureIsClampedBeforeItIsRemapped) {
+TEST_F(eval_king, WhitePressureIsClampedBeforeItIsRemapped) {
   // No Black queen, White castled on e1 with an e-file shelter of 0: a
   // pressure of 20 is clamped to 15, then remapped to 10.
   board b = position("rnb1kbnr/8/8/8/8/8/8/R2QK2R w - - 0 1");
@@ -103,7 +103,7 @@ TEST_F(King, WhitePressureIsClampedBeforeItIsRemapped) {
   EXPECT_EQ(twenty - king_safety_term(b, r), -danger[0][10]);
 }
 
-TEST_F(King, ShelterChoiceForUncastledKings) {
+TEST_F(eval_king, ShelterChoiceForUncastledKings) {
   board b = position("4k3/8/8/8/8/8/8/4K3 w KQkq - 0 1");
   pawn_record r{};
   r.shelter[SHELTER_KINGSIDE] = 4;
@@ -121,7 +121,7 @@ TEST_F(King, ShelterChoiceForUncastledKings) {
   EXPECT_EQ(king_shelter(b, r, WHITE), 3);  // at least 3
 }
 
-TEST_F(King, ShelterChoiceForCastledKings) {
+TEST_F(eval_king, ShelterChoiceForCastledKings) {
   pawn_record r{};
   r.shelter[4 + SHELTER_KINGSIDE] = 2;
   r.shelter[4 + SHELTER_QUEENSIDE] = 6;
@@ -137,7 +137,7 @@ TEST_F(King, ShelterChoiceForCastledKings) {
   }
 }
 
-TEST_F(King, EndgameKingPlacement) {
+TEST_F(eval_king, EndgameKingPlacement) {
   // Phase 2; no queens, so the shelter parts use remapped values. The
   // placement part is checked against the tables by hand.
   struct Case {
@@ -169,7 +169,7 @@ TEST_F(King, EndgameKingPlacement) {
 
 // ---- Castling terms
 
-TEST_F(King, CastlingTermsLookAtTheOtherColoursPawns) {
+TEST_F(eval_king, CastlingTermsLookAtTheOtherColoursPawns) {
   // Black pawns d5 and c7, none on e5, a Black knight on c6: White's term
   // starts at -12, then -13 for the uncastled king: -25. Black's term is
   // +13 only.
@@ -190,7 +190,7 @@ TEST_F(King, CastlingTermsLookAtTheOtherColoursPawns) {
   EXPECT_EQ(castling_term(e5, pawn_record_of(e5), WHITE), -13);
 }
 
-TEST_F(King, CastlingTermInTheEndgameIsOnlyTheStructureTest) {
+TEST_F(eval_king, CastlingTermInTheEndgameIsOnlyTheStructureTest) {
   board b = position("4k3/2p5/2n5/3p4/8/8/8/4K3 w K - 0 1");
   ASSERT_EQ(b.phase, 2);
   EXPECT_EQ(castling_term(b, pawn_record_of(b), WHITE), -12);
@@ -198,7 +198,7 @@ TEST_F(King, CastlingTermInTheEndgameIsOnlyTheStructureTest) {
   EXPECT_EQ(castling_term(plain, pawn_record_of(plain), WHITE), 0);
 }
 
-TEST_F(King, CastledKings) {
+TEST_F(eval_king, CastledKings) {
   // Both castled short behind intact pawns (kingside shelter 0): White
   // 5 - 0 = 5; Black adds its kingside shelter - 5: -5.
   board b = position("rr1q2k1/5ppp/8/8/8/8/5PPP/RR1Q2K1 w - - 0 1");
@@ -215,7 +215,7 @@ TEST_F(King, CastledKings) {
   EXPECT_EQ(castling_term(q, rq, BLACK), 15);
 }
 
-TEST_F(King, UncastledWithoutRightsInTheOpening) {
+TEST_F(eval_king, UncastledWithoutRightsInTheOpening) {
   board b = position("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w - - 0 1");
   ASSERT_EQ(b.phase, 0);
   b.castled[WHITE] = b.castled[BLACK] = 0;  // kings that moved without castling
@@ -227,7 +227,7 @@ TEST_F(King, UncastledWithoutRightsInTheOpening) {
   EXPECT_EQ(castling_term(b, r, BLACK), 13);
 }
 
-TEST_F(King, RootRightsDecideWhetherTheCastlingTermsCount) {
+TEST_F(eval_king, RootRightsDecideWhetherTheCastlingTermsCount) {
   // Black castled, White not: only White's term differs from 0 here.
   const char* fen = "r2q1rk1/pppppppp/8/8/8/8/PPPPPPPP/R2QK2R w KQ - 0 1";
   board b = position(fen);

@@ -12,7 +12,7 @@ using namespace orvo::eval;
 using orvo::test::full_eval;
 using orvo::test::position;
 
-class Material : public ::testing::Test {
+class eval_material : public ::testing::Test {
  protected:
   void SetUp() override {
     test::fresh_eval();
@@ -22,7 +22,7 @@ class Material : public ::testing::Test {
 
 // ---- Bare kings with a pawnless minor piece
 
-TEST_F(Material, LoneMinorPieceCannotWin) {
+TEST_F(eval_material, LoneMinorPieceCannotWin) {
   // KNK: White has no pawns and 3 units (its bit goes), Black has nothing
   // (its bit goes too): flags 0, and every score scales to 0.
   board knk = position("4k3/8/8/8/8/8/8/4KN2 w - - 0 1");
@@ -36,14 +36,14 @@ TEST_F(Material, LoneMinorPieceCannotWin) {
   EXPECT_EQ(full_eval(kbk), 0);
 }
 
-TEST_F(Material, LoneMinorAgainstPawnsLeavesTheOtherSidesBit) {
+TEST_F(eval_material, LoneMinorAgainstPawnsLeavesTheOtherSidesBit) {
   board b = position("4k3/p7/8/8/8/8/8/4KN2 w - - 0 1");
   EXPECT_EQ(win_chance(b), BLACK_CAN_WIN);
   // White is a knight up in material but cannot win: its advantage is 0.
   EXPECT_EQ(full_eval(b), 0);
 }
 
-TEST_F(Material, BareKingsScoreZero) {
+TEST_F(eval_material, BareKingsScoreZero) {
   board b = position("4k3/8/8/8/8/8/8/4K3 w - - 0 1");
   EXPECT_EQ(full_eval(b), 0);
   b.side = BLACK, b.xside = WHITE;
@@ -52,7 +52,7 @@ TEST_F(Material, BareKingsScoreZero) {
 
 // ---- King, bishop and knight against king
 
-TEST_F(Material, KbnUsesTheDarkCornersWhateverTheBishop) {
+TEST_F(eval_material, KbnUsesTheDarkCornersWhateverTheBishop) {
   // Bf1 stands on a light square, so a8 and h1 would be the mating corners;
   // the dark-corner table is used all the same.
   const char* fens[] = {
@@ -70,7 +70,7 @@ TEST_F(Material, KbnUsesTheDarkCornersWhateverTheBishop) {
   }
 }
 
-TEST_F(Material, KbnScoreRisesTowardsA1) {
+TEST_F(eval_material, KbnScoreRisesTowardsA1) {
   // White Kh1, Bh3 (a light square), Nh2; the defending king walks e5, d4,
   // c3, b2, a1, where the table reads 40, 40, 60, 80, 100.
   const char* squares[] = {"e5", "d4", "c3", "b2", "a1"};
@@ -88,7 +88,7 @@ TEST_F(Material, KbnScoreRisesTowardsA1) {
   }
 }
 
-TEST_F(Material, BlackKbnIsTheMirror) {
+TEST_F(eval_material, BlackKbnIsTheMirror) {
   // Black king, bishop and knight: the White king's square in the same
   // table, negated. White king on h8: -100.
   board b = position("7K/8/8/8/8/2k2n2/8/5b2 b - - 0 1");
@@ -98,7 +98,7 @@ TEST_F(Material, BlackKbnIsTheMirror) {
 
 // ---- Other pawnless endings
 
-TEST_F(Material, RookAgainstBareKing) {
+TEST_F(eval_material, RookAgainstBareKing) {
   // Kings a1 and c1 (distance 2): 500 + 15 * (3 - 2) + edge[a1] 100 = 615.
   board b = position("8/8/8/8/8/8/8/k1K4R w - - 0 1");
   EXPECT_EQ(pawnless_term(b), 115);
@@ -107,13 +107,13 @@ TEST_F(Material, RookAgainstBareKing) {
   EXPECT_EQ(full_eval(b), -615);
 }
 
-TEST_F(Material, EqualPawnlessMaterialIsLevel) {
+TEST_F(eval_material, EqualPawnlessMaterialIsLevel) {
   board b = position("3rk3/8/8/8/8/8/8/3RK3 w - - 0 1");
   EXPECT_EQ(pawnless_term(b), 0);
   EXPECT_EQ(full_eval(b), 0);
 }
 
-TEST_F(Material, RookAgainstKnightForBlack) {
+TEST_F(eval_material, RookAgainstKnightForBlack) {
   // White knight against Black rook: White's bit goes (no pawns, 3 units),
   // Black's stays. Kings e1 and e8 (distance 7):
   // 325 - 500 - (15 * (3 - 7) + edge[e1] 90) = -175 - 30 = -205.
@@ -124,7 +124,7 @@ TEST_F(Material, RookAgainstKnightForBlack) {
 
 // ---- Bare-king stalemate
 
-TEST_F(Material, StalematedBareKingWithPawnsScoresZero) {
+TEST_F(eval_material, StalematedBareKingWithPawnsScoresZero) {
   // Black Ka8 to move, White Kb6 (inside the near zone) and a pawn on a7:
   // a7, b7 and b8 are all attacked. Flags 1 from the cache, 0 after the
   // test, so the evaluation is 0.
@@ -139,7 +139,7 @@ TEST_F(Material, StalematedBareKingWithPawnsScoresZero) {
   EXPECT_GT(full_eval(w), 0);
 }
 
-TEST_F(Material, StalematedBareKingWithoutPawnsOnlyQuartersTheScore) {
+TEST_F(eval_material, StalematedBareKingWithoutPawnsOnlyQuartersTheScore) {
   // King and queen against king, Black Ka8 stalemated by Qb6 and Kc7.
   // Pawnless path: 975 + 15 * (3 - 2) + edge[a8] 100 = 1090; with White's
   // bit cleared a positive score is divided by 4: 272; Black to move: -272.
@@ -151,7 +151,7 @@ TEST_F(Material, StalematedBareKingWithoutPawnsOnlyQuartersTheScore) {
   EXPECT_EQ(full_eval(w), 1090);
 }
 
-TEST_F(Material, BareKingTestNeedsTheOtherKingInTheZone) {
+TEST_F(eval_material, BareKingTestNeedsTheOtherKingInTheZone) {
   // The queen alone takes a7, b7 and b8, but the White king on h1 is
   // outside the two-step zone of a8: the test answers no.
   board b = position("k7/8/1Q6/8/8/8/8/7K b - - 0 1");
@@ -159,7 +159,7 @@ TEST_F(Material, BareKingTestNeedsTheOtherKingInTheZone) {
   EXPECT_EQ(material_flags(b), WHITE_CAN_WIN);
 }
 
-TEST_F(Material, BareKingTestDoesNotAskAboutCheck) {
+TEST_F(eval_material, BareKingTestDoesNotAskAboutCheck) {
   // Back-rank mate of a lone king: in check and every square attacked; the
   // test answers yes all the same.
   board b = position("R6k/8/7K/8/8/8/8/8 b - - 0 1");
@@ -168,7 +168,7 @@ TEST_F(Material, BareKingTestDoesNotAskAboutCheck) {
 
 // ---- Bishop and rook pawns
 
-TEST_F(Material, WrongBishopRookPawnForWhite) {
+TEST_F(eval_material, WrongBishopRookPawnForWhite) {
   // Bc1 with an h-pawn; the Black king next to h8 (distance 1): drawn,
   // whatever the bishop's colour (c1 is in fact the right one for h8).
   board near = position("8/6k1/8/7P/8/2K5/8/2B5 w - - 0 1");
@@ -186,7 +186,7 @@ TEST_F(Material, WrongBishopRookPawnForWhite) {
   EXPECT_EQ(win_chance(ahead) & WHITE_CAN_WIN, WHITE_CAN_WIN);
 }
 
-TEST_F(Material, WrongBishopRookPawnForBlackUsesTheA1Corner) {
+TEST_F(eval_material, WrongBishopRookPawnForBlackUsesTheA1Corner) {
   // Black a-pawn on a7 with a bishop, Black to move. The White king on d3
   // is 3 from a1; Black's king a8 is 7 - 1 = 6 away; the pawn needs 6 rows,
   // 5 moves with the double step, 4 with the move: 3 < 6 and 3 < 4, drawn.
@@ -199,14 +199,14 @@ TEST_F(Material, WrongBishopRookPawnForBlackUsesTheA1Corner) {
   EXPECT_EQ(win_chance(black_h), BLACK_CAN_WIN);
 }
 
-TEST_F(Material, PawnsOnBothRookFilesAreNeverDrawn) {
+TEST_F(eval_material, PawnsOnBothRookFilesAreNeverDrawn) {
   board b = position("8/6k1/8/P6P/8/2K5/8/2B5 w - - 0 1");
   EXPECT_EQ(win_chance(b), WHITE_CAN_WIN);
 }
 
 // ---- Final scaling
 
-TEST_F(Material, FiftyMoveScaling) {
+TEST_F(eval_material, FiftyMoveScaling) {
   board b = position("4k3/8/8/8/8/8/8/4K3 w - - 0 1");
   b.fifty = 80;
   EXPECT_EQ(final_scaling(b, BOTH_CAN_WIN, 333), 333);
@@ -219,7 +219,7 @@ TEST_F(Material, FiftyMoveScaling) {
   EXPECT_EQ(final_scaling(b, BOTH_CAN_WIN, 333), 16);  // one twentieth
 }
 
-TEST_F(Material, FiftyMoveScalingThroughTheDriver) {
+TEST_F(eval_material, FiftyMoveScalingThroughTheDriver) {
   // Black is a knight down; evaluated with clocks 0, 80, 81 and 95.
   const char* fen = "r1bqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR b KQkq - 0 1";
   board b = position(fen);
@@ -234,7 +234,7 @@ TEST_F(Material, FiftyMoveScalingThroughTheDriver) {
   EXPECT_EQ(full_eval(b), 6 * base / 20);
 }
 
-TEST_F(Material, DrawFlagsInTheFinalScaling) {
+TEST_F(eval_material, DrawFlagsInTheFinalScaling) {
   board b = position("4k3/8/8/8/8/8/8/4K3 w - - 0 1");
   // Only Black can win: a White advantage is cancelled, a Black one kept.
   EXPECT_EQ(final_scaling(b, BLACK_CAN_WIN, 50), 0);
@@ -249,7 +249,7 @@ TEST_F(Material, DrawFlagsInTheFinalScaling) {
 
 // ---- Material term
 
-TEST_F(Material, KnightForThreePawnsInTheOpening) {
+TEST_F(eval_material, KnightForThreePawnsInTheOpening) {
   // White lacks the b1 knight, Black three pawns: 3750 - 3775 = -25 plainly;
   // Black has the piece, so 100 more for Black in the opening: -125.
   board b = position("rnbqkbnr/ppppp3/8/8/8/8/PPPPPPPP/R1BQKBNR w KQkq - 0 1");
@@ -260,7 +260,7 @@ TEST_F(Material, KnightForThreePawnsInTheOpening) {
   EXPECT_EQ(material_term(w), 125);
 }
 
-TEST_F(Material, ImbalanceBonusFollowsThePhase) {
+TEST_F(eval_material, ImbalanceBonusFollowsThePhase) {
   // Middlegame (phase 1): 50. Endgame (phase 2): 25.
   board mid = position("r2qk2r/pppppppp/8/8/8/8/PPPPP3/RN1QK2R w - - 0 1");
   ASSERT_EQ(mid.phase, 1);
@@ -270,14 +270,14 @@ TEST_F(Material, ImbalanceBonusFollowsThePhase) {
   EXPECT_EQ(material_term(end), 325 - 300 + 25);
 }
 
-TEST_F(Material, NoImbalanceBonusWhenMajorPiecesDiffer) {
+TEST_F(eval_material, NoImbalanceBonusWhenMajorPiecesDiffer) {
   board b = position("rnbqkbn1/ppppp3/8/8/8/8/PPPPPPPP/R1BQKBNR w KQq - 0 1");
   EXPECT_EQ(material_term(b), b.material[WHITE] - b.material[BLACK]);
 }
 
 // ---- Cache
 
-TEST_F(Material, CacheStoresTheFlagsUnderTheKeysHighWord) {
+TEST_F(eval_material, CacheStoresTheFlagsUnderTheKeysHighWord) {
   board b = position("4k3/8/8/8/8/8/8/4KN2 w - - 0 1");
   clear_material_cache();
   material_flags(b);
@@ -289,7 +289,7 @@ TEST_F(Material, CacheStoresTheFlagsUnderTheKeysHighWord) {
   EXPECT_EQ(material_cache()[b.mat_key & 1023].flags, 3u);
 }
 
-TEST_F(Material, CacheIsNotAskedWithThirteenUnitsOrMore) {
+TEST_F(eval_material, CacheIsNotAskedWithThirteenUnitsOrMore) {
   board b = position("4k3/8/8/8/8/8/8/3QKR2 w - - 0 1");  // 14 units
   clear_material_cache();
   EXPECT_EQ(material_flags(b), BOTH_CAN_WIN);

@@ -23,17 +23,17 @@ int pawn_score(const char* fen, pawn_detail* detail = nullptr) {
 
 }  // namespace
 
-class Pawns : public ::testing::Test {
+class eval_pawns : public ::testing::Test {
  protected:
   void SetUp() override { test::fresh_eval(); }
 };
 
-TEST_F(Pawns, StartPositionScoresZero) {
+TEST_F(eval_pawns, StartPositionScoresZero) {
   board b = position(start_fen);
   EXPECT_EQ(pawn_structure(b), 0);
 }
 
-TEST_F(Pawns, StartPositionEveryPawnBackwardEveryPawnButTheHPawnsADuo) {
+TEST_F(eval_pawns, StartPositionEveryPawnBackwardEveryPawnButTheHPawnsADuo) {
   // Per side: square values -10 -10 (d and e pawns) = -20, eight backward
   // pawns at -13 (an enemy pawn on every file, so no extra 6) = -104, seven
   // duos at 2 on the second rank = 14: -110, the same for both colours.
@@ -44,7 +44,7 @@ TEST_F(Pawns, StartPositionEveryPawnBackwardEveryPawnButTheHPawnsADuo) {
   EXPECT_EQ(d.isolated[WHITE] | d.isolated[BLACK] | d.weak[WHITE] | d.weak[BLACK], 0u);
 }
 
-TEST_F(Pawns, LoneWhitePawnOnD2) {
+TEST_F(eval_pawns, LoneWhitePawnOnD2) {
   // Square table -10, isolated -8 and half of it -4 (no Black pawn ahead),
   // passed trunc((4075 - 0) / 4075 * 2) = 2: -20.
   board b = position("4k3/8/8/8/8/8/3P4/4K3 w - - 0 1");
@@ -52,7 +52,7 @@ TEST_F(Pawns, LoneWhitePawnOnD2) {
   EXPECT_EQ(current_pawns.white_passed, 1ull << D2);
 }
 
-TEST_F(Pawns, PassedBonusShrinksWithTheEnemysMaterial) {
+TEST_F(eval_pawns, PassedBonusShrinksWithTheEnemysMaterial) {
   // d5 pawn (row 3, bonus 95), isolated with no Black pawn ahead: square
   // value 16 (its own rank 5), isolated -8 - 4; Black has a queen (975):
   // trunc(3100 / 4075 * 95) = trunc(72.27) = 72.
@@ -63,7 +63,7 @@ TEST_F(Pawns, PassedBonusShrinksWithTheEnemysMaterial) {
   EXPECT_EQ(compute_pawn_structure(1ull << D5, 0, 0, 5000, r), 16 - 12 - 21);
 }
 
-TEST_F(Pawns, IsolatedWithAnEnemyPawnAhead) {
+TEST_F(eval_pawns, IsolatedWithAnEnemyPawnAhead) {
   // White d4: square 13, isolated -8, a Black pawn ahead on d6: no half.
   // Black d6: square 10, isolated -8, the White pawn below: no half.
   // Neither is passed. 5 - 2 = 3.
@@ -78,7 +78,7 @@ TEST_F(Pawns, IsolatedWithAnEnemyPawnAhead) {
   EXPECT_EQ(r.black_outposts, 1ull << D5);
 }
 
-TEST_F(Pawns, CandidateBonusForTheRearDoubledPawn) {
+TEST_F(eval_pawns, CandidateBonusForTheRearDoubledPawn) {
   // White c2, d2, d4; nothing for Black.
   //  d4: square 13, doubled -3, passed 24 (row 4)           = 34
   //  c2: square 0, backward -13 -6, duo 2, passed 2          = -15
@@ -91,7 +91,7 @@ TEST_F(Pawns, CandidateBonusForTheRearDoubledPawn) {
   EXPECT_EQ(pawn_score("4k3/2pp4/8/3p4/8/8/8/4K3 w - - 0 1"), 4);
 }
 
-TEST_F(Pawns, SafeAdvanceWalkStopsBeforeA7AndH2) {
+TEST_F(eval_pawns, SafeAdvanceWalkStopsBeforeA7AndH2) {
   pawn_detail d{};
   pawn_score("4k3/P7/8/8/8/8/8/4K3 w - - 0 1", &d);
   EXPECT_EQ(d.safe[WHITE], 0u);  // a7 adds nothing, not even itself
@@ -106,7 +106,7 @@ TEST_F(Pawns, SafeAdvanceWalkStopsBeforeA7AndH2) {
   EXPECT_EQ(d.safe[WHITE], 1ull << A6);
 }
 
-TEST_F(Pawns, SafeAdvanceStopsWhenAttackersOutnumberDefenders) {
+TEST_F(eval_pawns, SafeAdvanceStopsWhenAttackersOutnumberDefenders) {
   // White e2 alone against a Black pawn on d5 (attacks e4): the walk adds
   // e2 and e3, then finds e4 attacked once and defended by none.
   pawn_detail d{};
@@ -117,7 +117,7 @@ TEST_F(Pawns, SafeAdvanceStopsWhenAttackersOutnumberDefenders) {
   EXPECT_TRUE(d.safe[WHITE] & (1ull << E4));
 }
 
-TEST_F(Pawns, FileSets) {
+TEST_F(eval_pawns, FileSets) {
   board b = position("4k3/pp6/8/8/8/8/1P5P/4K3 w - - 0 1");
   const pawn_record r = pawn_record_of(b);
   EXPECT_EQ(r.open_files, 0b01111100);      // c..g
@@ -125,7 +125,7 @@ TEST_F(Pawns, FileSets) {
   EXPECT_EQ(r.no_black_files, 0b11111100);  // c..h
 }
 
-TEST_F(Pawns, ShelterEmptySetAddendIsOne) {
+TEST_F(eval_pawns, ShelterEmptySetAddendIsOne) {
   // White f2 and h2, a Black pawn on g7 only: f: missing/2 = 1 (own pawn on
   // rank 2); g: enemy pawn, no own pawn: the empty-set addend 1 plus the
   // missing-pawn value 4; h: 4/2 = 2. 1 + 5 + 2 = 8.
@@ -136,7 +136,7 @@ TEST_F(Pawns, ShelterEmptySetAddendIsOne) {
   EXPECT_EQ(shelter_of(pawn_record_of(m), BLACK, SHELTER_KINGSIDE), 8);
 }
 
-TEST_F(Pawns, ShelterAdvancedPawnAddend) {
+TEST_F(eval_pawns, ShelterAdvancedPawnAddend) {
   // g3 against g7: (row 5 - 2) & 3 = 3, no pawn on g2: +1, one on g3: 4.
   board b = position("4k3/5ppp/8/8/8/6P1/5P1P/4K3 w - - 0 1");
   EXPECT_EQ(shelter_of(pawn_record_of(b), WHITE, SHELTER_KINGSIDE), 4);
@@ -150,7 +150,7 @@ TEST_F(Pawns, ShelterAdvancedPawnAddend) {
   EXPECT_EQ(shelter_of(pawn_record_of(bg6), BLACK, SHELTER_KINGSIDE), 4);
 }
 
-TEST_F(Pawns, ShelterOfBareFiles) {
+TEST_F(eval_pawns, ShelterOfBareFiles) {
   // No pawns: g 4 + 5 + 6, b 6 + 5 + 4, e and d 4 + 4 + 4.
   for (int c : {WHITE, BLACK}) {
     EXPECT_EQ(shelter_of(empty_pawn_record, c, SHELTER_KINGSIDE), 15);
@@ -160,7 +160,7 @@ TEST_F(Pawns, ShelterOfBareFiles) {
   }
 }
 
-TEST_F(Pawns, SheltersNeverExceedFifteen) {
+TEST_F(eval_pawns, SheltersNeverExceedFifteen) {
   // Every position two plies from a few busy ones, and some odd pawn sets.
   const char* fens[] = {
       start_fen,
@@ -191,7 +191,7 @@ TEST_F(Pawns, SheltersNeverExceedFifteen) {
   }
 }
 
-TEST_F(Pawns, StoredScoreIsCutToSixteenBits) {
+TEST_F(eval_pawns, StoredScoreIsCutToSixteenBits) {
   // An absurd enemy material makes the passed bonus huge; the record keeps
   // the score's low 16 bits, sign-extended, and the call returns it whole.
   pawn_record r{};
@@ -200,7 +200,7 @@ TEST_F(Pawns, StoredScoreIsCutToSixteenBits) {
   EXPECT_EQ(r.score, int(std::int16_t(s)));
 }
 
-TEST_F(Pawns, CacheHitCopiesTheRecord) {
+TEST_F(eval_pawns, CacheHitCopiesTheRecord) {
   board b = position("4k3/8/3p4/8/3P4/8/8/4K3 w - - 0 1");
   clear_pawn_tables();
   const int first = pawn_structure(b);
@@ -219,7 +219,7 @@ TEST_F(Pawns, CacheHitCopiesTheRecord) {
   EXPECT_EQ(pawn_table(BLACK)[b.pawn_key & PAWN_TABLE_MASK].key, b.pawn_key);
 }
 
-TEST_F(Pawns, NoPawnsGiveZeroAndTheEmptyRecord) {
+TEST_F(eval_pawns, NoPawnsGiveZeroAndTheEmptyRecord) {
   board with = position("4k3/8/8/p7/8/8/7P/4K3 w - - 0 1");
   pawn_structure(with);
   ASSERT_NE(current_pawns.white_passed | current_pawns.black_passed, 0u);
@@ -230,7 +230,7 @@ TEST_F(Pawns, NoPawnsGiveZeroAndTheEmptyRecord) {
   EXPECT_EQ(current_pawns.open_files, 0xFF);
 }
 
-TEST_F(Pawns, PawnlessPositionsScoreTheSameWhateverCameBefore) {
+TEST_F(eval_pawns, PawnlessPositionsScoreTheSameWhateverCameBefore) {
   // Few pieces and no pawns (both sides at most a minor piece) go through
   // the pawn lookup; the result must not depend on the previous position.
   const char* before[] = {"4k3/8/8/3p4/8/8/3P4/4K3 w - - 0 1", start_fen,

@@ -37,21 +37,21 @@ terms run(const char* fen, const pawn_record* record = nullptr) {
 
 }  // namespace
 
-class Pieces : public ::testing::Test {
+class eval_pieces : public ::testing::Test {
  protected:
   void SetUp() override { test::fresh_eval(); }
 };
 
 // ---- Bishops
 
-TEST_F(Pieces, TrappedBishopOnA7) {
+TEST_F(eval_pieces, TrappedBishopOnA7) {
   // Table value -20 and 174 for the trap.
   EXPECT_EQ(run("4k3/B7/1p6/8/8/8/8/4K3 w - - 0 1").bishops, -194);
   // Pawn on b5 instead: the table value only.
   EXPECT_EQ(run("4k3/B7/8/1p6/8/8/8/4K3 w - - 0 1").bishops, -20);
 }
 
-TEST_F(Pieces, TrappedBishopsAllFourSquaresBothColours) {
+TEST_F(eval_pieces, TrappedBishopsAllFourSquaresBothColours) {
   EXPECT_EQ(run("1B2k3/2p5/8/8/8/8/8/4K3 w - - 0 1").bishops, -194);  // b8 / c7
   EXPECT_EQ(run("4k3/7B/6p1/8/8/8/8/4K3 w - - 0 1").bishops, -194);   // h7 / g6
   EXPECT_EQ(run("4k1B1/5p2/8/8/8/8/8/4K3 w - - 0 1").bishops, -194);  // g8 / f7
@@ -61,7 +61,7 @@ TEST_F(Pieces, TrappedBishopsAllFourSquaresBothColours) {
   EXPECT_EQ(run("4k3/8/8/8/8/8/5P2/4K1b1 w - - 0 1").bishops, 194);   // g1 / f2
 }
 
-TEST_F(Pieces, BishopPair) {
+TEST_F(eval_pieces, BishopPair) {
   // Two White bishops on c1 and f1 (-20 each) with 16 pawns: 50 - 16 = 34.
   EXPECT_EQ(run("rn1qk1nr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1").bishops, -40 + 34);
   // With 4 pawns left: 50 - 4 = 46.
@@ -72,7 +72,7 @@ TEST_F(Pieces, BishopPair) {
   EXPECT_EQ(run("2b1kb2/pp6/8/8/8/8/6PP/4K3 w - - 0 1").bishops, 40 - 46);
 }
 
-TEST_F(Pieces, BishopOutpostCountsOnceOutsideTheEndgame) {
+TEST_F(eval_pieces, BishopOutpostCountsOnceOutsideTheEndgame) {
   // Full material (phase 0). The Black d5 pawn is isolated, so d4 is a
   // White outpost: a bishop there gets outpost_bonus[d] = 4 once.
   const char* fen = "r1bqk1nr/pp3ppp/8/3p4/3B4/8/PPP2PPP/RN1QKBNR w KQkq - 0 1";
@@ -87,7 +87,7 @@ TEST_F(Pieces, BishopOutpostCountsOnceOutsideTheEndgame) {
 
 // ---- Knights
 
-TEST_F(Pieces, KnightMobilityCountsTheCentralBlock) {
+TEST_F(eval_pieces, KnightMobilityCountsTheCentralBlock) {
   // A knight in the corner reaches b3 and c2, both outside c3-f6: nothing.
   const terms corner = run("4k3/8/8/8/8/8/8/N3K3 w - - 0 1");
   EXPECT_EQ(corner.mobility_white, 0);
@@ -101,7 +101,7 @@ TEST_F(Pieces, KnightMobilityCountsTheCentralBlock) {
   EXPECT_EQ(run("4k3/8/3p4/8/4N3/8/8/4K3 w - - 0 1").mobility_white, 4);
 }
 
-TEST_F(Pieces, KnightTableAndTropism) {
+TEST_F(eval_pieces, KnightTableAndTropism) {
   // Knight e4 (0), Black king e6 at distance 2: tropism 3.
   const terms t = run("8/8/4k3/8/4N3/8/8/4K3 w - - 0 1");
   EXPECT_EQ(t.knights, 0);
@@ -112,7 +112,7 @@ TEST_F(Pieces, KnightTableAndTropism) {
   EXPECT_EQ(b.pressure_on_white, 0);
 }
 
-TEST_F(Pieces, KnightOutpostCountsTwice) {
+TEST_F(eval_pieces, KnightOutpostCountsTwice) {
   const char* fen = "r1bqkbnr/pp3ppp/8/3p4/3N4/8/PPP2PPP/R1BQKBNR w KQkq - 0 1";
   board b = position(fen);
   pawn_record r = pawn_record_of(b);
@@ -124,7 +124,7 @@ TEST_F(Pieces, KnightOutpostCountsTwice) {
 
 // ---- Rooks
 
-TEST_F(Pieces, RookShutInByItsKing) {
+TEST_F(eval_pieces, RookShutInByItsKing) {
   // Middlegame: Rh1 (-10) with the king on g1 and a pawn on h2: -60.
   const char* middle = "4k3/pppppppp/8/8/8/8/PPPPPPPP/q2Q2KR w - - 0 1";
   ASSERT_EQ(position(middle).phase, 1);
@@ -135,7 +135,7 @@ TEST_F(Pieces, RookShutInByItsKing) {
   EXPECT_EQ(run(end).rooks, -10);
 }
 
-TEST_F(Pieces, DoubledRooksOnAnOpenFile) {
+TEST_F(eval_pieces, DoubledRooksOnAnOpenFile) {
   // d3 and d1 on the open d-file: 2 + 2 from the table, 11 + 11 + 20.
   EXPECT_EQ(run("4k3/ppp1pppp/8/8/8/3R4/PPP1PPPP/3RK3 w - - 0 1").rooks, 2 + 2 + 11 + 11 + 20);
   // Half-open for White (a Black pawn on d7): 9 + 9 + 20.
@@ -144,7 +144,7 @@ TEST_F(Pieces, DoubledRooksOnAnOpenFile) {
   EXPECT_EQ(run("4k3/ppp1pppp/8/8/8/3R4/PPP1PPPP/4KR2 w - - 0 1").rooks, 2 - 2 + 11);
 }
 
-TEST_F(Pieces, RookOnTheSeventhAndItsTropism) {
+TEST_F(eval_pieces, RookOnTheSeventhAndItsTropism) {
   // Ra7 (-10) on the seventh: +50. The a-file is open (11), the Black king on
   // b8 is one file away: file tropism 2, king distance 1 gives 3; the larger
   // is taken.
@@ -160,7 +160,7 @@ TEST_F(Pieces, RookOnTheSeventhAndItsTropism) {
   EXPECT_EQ(run("4k3/8/8/8/8/8/r7/7K w - - 0 1").rooks, 10 - 50 - 11);
 }
 
-TEST_F(Pieces, BlackRookShutInByItsKing) {
+TEST_F(eval_pieces, BlackRookShutInByItsKing) {
   // Black Kg8 with Rh8, middlegame: +50 for White (and the table's -10 for
   // Black, so +10).
   const char* fen = "6kr/pppppppp/8/8/8/8/PPPPPPPP/Q2qK3 w - - 0 1";
@@ -170,7 +170,7 @@ TEST_F(Pieces, BlackRookShutInByItsKing) {
 
 // ---- Queens
 
-TEST_F(Pieces, QueenWrongWingLooksAtTheBlackKingForBothColours) {
+TEST_F(eval_pieces, QueenWrongWingLooksAtTheBlackKingForBothColours) {
   // White Qa1 (-20) with five pawns, Black king on g8: -30.
   EXPECT_EQ(run("6k1/8/8/8/8/8/PPPPP3/Q5K1 w - - 0 1").queens, -50);
   // Black Qa8 (-20 for Black: +20) with five pawns and the Black king on g8
@@ -183,7 +183,7 @@ TEST_F(Pieces, QueenWrongWingLooksAtTheBlackKingForBothColours) {
   EXPECT_EQ(run("6k1/8/8/8/8/8/PPPP4/Q5K1 w - - 0 1").queens, -20);
 }
 
-TEST_F(Pieces, QueenTropismNeedsAFreeFileAhead) {
+TEST_F(eval_pieces, QueenTropismNeedsAFreeFileAhead) {
   // Qd1 with its own pawn on d2: no tropism.
   EXPECT_EQ(run("3k4/8/8/8/8/8/3P4/3QK3 w - - 0 1").pressure_on_black, 0);
   // The pawn on c2 instead: file distance 0 gives 3, king distance 7 gives 0.
@@ -193,7 +193,7 @@ TEST_F(Pieces, QueenTropismNeedsAFreeFileAhead) {
   EXPECT_EQ(run("8/8/3pk3/8/3Q4/8/8/4K3 w - - 0 1").pressure_on_black, 3);
 }
 
-TEST_F(Pieces, BishopMobilityAndTropism) {
+TEST_F(eval_pieces, BishopMobilityAndTropism) {
   // Bd4 reaches c3, e3, c5, e5 and f6 inside c3-f6 (b6, a7, g7, b2, a1,
   // f2, g1 lie outside): 5. Black king g7 at distance 3: 1.
   const terms t = run("8/6k1/8/8/3B4/8/8/4K3 w - - 0 1");

@@ -79,12 +79,12 @@ void expect_symmetric(const std::string& fen_text) {
 
 }  // namespace
 
-class Symmetry : public ::testing::Test {
+class eval_symmetry : public ::testing::Test {
  protected:
   void SetUp() override { test::fresh_eval(); }
 };
 
-TEST_F(Symmetry, FlipHelper) {
+TEST_F(eval_symmetry, FlipHelper) {
   EXPECT_EQ(test::flip_fen("4k3/8/8/8/3P4/8/8/R3K2R w KQ - 0 1"),
             "r3k2r/8/8/3p4/8/8/8/4K3 b kq - 0 1");
   EXPECT_EQ(test::flip_fen("rnbqkbnr/pppp1ppp/8/4p3/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e6 0 2"),
@@ -92,7 +92,7 @@ TEST_F(Symmetry, FlipHelper) {
   EXPECT_EQ(test::flip_castle(WHITE_SHORT | BLACK_LONG), BLACK_SHORT | WHITE_LONG);
 }
 
-TEST_F(Symmetry, HandPickedPositions) {
+TEST_F(eval_symmetry, HandPickedPositions) {
   const char* fens[] = {
       "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1",
       "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq - 0 1",
@@ -117,7 +117,7 @@ TEST_F(Symmetry, HandPickedPositions) {
   }
 }
 
-TEST_F(Symmetry, PerftSuiteAndRandomGames) {
+TEST_F(eval_symmetry, PerftSuiteAndRandomGames) {
   ORVO_REQUIRE_DATA(path, "perft/perftsuite.epd");
   std::vector<board> positions = test::suite_positions(path, 1);
   const std::vector<board> games = test::random_walks(test::suite_positions(path, 0), 2, 50);
@@ -147,7 +147,7 @@ TEST_F(Symmetry, PerftSuiteAndRandomGames) {
   EXPECT_GT(checked, 5000);
 }
 
-TEST_F(Symmetry, DeliberateAsymmetriesDoShow) {
+TEST_F(eval_symmetry, DeliberateAsymmetriesDoShow) {
   // The checks above would pass trivially if the flip did nothing; these
   // positions use an asymmetric feature and do score differently.
   const char* fens[] = {

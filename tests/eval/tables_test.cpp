@@ -27,12 +27,12 @@ int sq(const char* name) { return (8 - (name[1] - '0')) * 8 + (name[0] - 'a'); }
 
 }  // namespace
 
-class EvalTables : public ::testing::Test {
+class eval_tables : public ::testing::Test {
  protected:
   void SetUp() override { build_eval_tables(); }
 };
 
-TEST_F(EvalTables, KnightTable) {
+TEST_F(eval_tables, KnightTable) {
   const int expected[64] = {
       -60, -30, -30, -30, -30, -30, -30, -60,  // rank 8
       -30, -24, -10, -10, -10, -10, -24, -30,  // rank 7
@@ -46,7 +46,7 @@ TEST_F(EvalTables, KnightTable) {
   expect_table(knight_table, expected, 64, "knight");
 }
 
-TEST_F(EvalTables, BishopTable) {
+TEST_F(eval_tables, BishopTable) {
   const int rows[4][8] = {
       {-20, -20, -20, -20, -20, -20, -20, -20},  // ranks 8 and 1
       {-20, 6, 6, 3, 3, 6, 6, -20},              // ranks 7 and 2
@@ -58,12 +58,12 @@ TEST_F(EvalTables, BishopTable) {
   expect_table(bishop_table, expected, 64, "bishop");
 }
 
-TEST_F(EvalTables, RookTable) {
+TEST_F(eval_tables, RookTable) {
   const int rank[8] = {-10, -6, -2, 2, 2, -2, -6, -10};
   for (int r = 0; r < 8; ++r) expect_table(rook_table + 8 * r, rank, 8, "rook");
 }
 
-TEST_F(EvalTables, QueenTable) {
+TEST_F(eval_tables, QueenTable) {
   const int rows[4][8] = {
       {-20, -20, 0, 0, 0, 0, -20, -20},  // ranks 8 and 1
       {-20, 0, 8, 8, 8, 8, 0, -20},      // ranks 7 and 2
@@ -75,7 +75,7 @@ TEST_F(EvalTables, QueenTable) {
   expect_table(queen_table, expected, 64, "queen");
 }
 
-TEST_F(EvalTables, OutpostsRingsAndTropism) {
+TEST_F(eval_tables, OutpostsRingsAndTropism) {
   const int outpost[8] = {4, 5, 5, 4, 3, 6, 6, 3};
   expect_table(outpost_bonus, outpost, 8, "outpost");
 
@@ -108,7 +108,7 @@ TEST_F(EvalTables, OutpostsRingsAndTropism) {
   expect_table(queen_file_tropism, queen_file, 8, "queen file tropism");
 }
 
-TEST_F(EvalTables, MaterialAndPawnlessTables) {
+TEST_F(eval_tables, MaterialAndPawnlessTables) {
   const int bonus[3] = {100, 50, 25};
   expect_table(imbalance_bonus, bonus, 3, "imbalance");
 
@@ -143,7 +143,7 @@ TEST_F(EvalTables, MaterialAndPawnlessTables) {
   expect_table(edge_table, edge, 64, "edge");
 }
 
-TEST_F(EvalTables, KingSafetyTables) {
+TEST_F(eval_tables, KingSafetyTables) {
   const int a[16] = {0, 1, 2, 3, 4, 5, 11, 20, 32, 47, 65, 86, 110, 137, 167, 200};
   const int b[16] = {0, 7, 14, 21, 28, 35, 42, 49, 56, 63, 70, 77, 84, 91, 98, 105};
   const int remap[16] = {0, 0, 1, 2, 3, 3, 4, 4, 5, 6, 6, 7, 8, 9, 10, 10};
@@ -193,14 +193,14 @@ TEST_F(EvalTables, KingSafetyTables) {
   expect_table(king_endgame_queenside + 32, own_rank5, 8, "king queenside own rank 5");
 }
 
-TEST_F(EvalTables, PassedPawnPieceTables) {
+TEST_F(eval_tables, PassedPawnPieceTables) {
   const int support[8] = {0, 0, 0, 20, 40, 60, 100, 0};
   const int blockade[8] = {0, 6, 10, 24, 36, 60, 75, 0};
   expect_table(passed_king_support, support, 8, "king support");
   expect_table(passed_blockade, blockade, 8, "blockade");
 }
 
-TEST_F(EvalTables, PawnStructureTables) {
+TEST_F(eval_tables, PawnStructureTables) {
   const int square[64] = {
       0,  0,  0,  0,   0,   0,  0,  0,   // row 0
       0,  0,  0,  -10, -10, 0,  0,  0,   // row 1
@@ -240,7 +240,7 @@ TEST_F(EvalTables, PawnStructureTables) {
   EXPECT_EQ(full_material, 4075);
 }
 
-TEST_F(EvalTables, BuiltMasks) {
+TEST_F(eval_tables, BuiltMasks) {
   EXPECT_EQ(file_mask[0], 0x0101010101010101ull);
   EXPECT_EQ(rank_mask[0], 0xFFull);  // rank 8
   EXPECT_EQ(adjacent_files[0], file_mask[1]);
@@ -263,7 +263,7 @@ TEST_F(EvalTables, BuiltMasks) {
   EXPECT_EQ(queen_forward[WHITE][sq("d8")], 0u);
 }
 
-TEST_F(EvalTables, BuildingAgainChangesNothing) {
+TEST_F(eval_tables, BuildingAgainChangesNothing) {
   int before[16][16];
   std::copy(&danger[0][0], &danger[0][0] + 256, &before[0][0]);
   build_eval_tables();
