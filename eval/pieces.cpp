@@ -97,7 +97,9 @@ int rooks_of(board& b, const pawn_record& pawns) {
       s += 9;
       file_dist = file_distance(sq, enemy_king);
     }
-    // The second rook doubled behind the first on an open or half-open file.
+    // The second rook doubled with the first on an open or half-open file.
+    // Only the loop's second rook is compared with the one before it; a
+    // third rook (after a promotion) earns nothing here.
     if (count == 1 && f == previous_file && (half_open & (1u << f))) s += 20;
     // Shut in by its own uncastled king on the back rank.
     if (b.phase != 2 && S::rel_row(sq) >= 6 && S::rel_row(own_king) == 7) {
