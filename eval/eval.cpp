@@ -52,6 +52,10 @@ int final_scaling(const board& b, u32 flags, int score) {
     if (flags != WHITE_CAN_WIN && score >= 1) return 0;  // White ahead but cannot win
     if (flags != BLACK_CAN_WIN && score < 0) score = 0;  // Black cannot win
   }
+  // From a halfmove clock of 81 the score shrinks by a twentieth per move,
+  // to one twentieth at 100. The formula is applied as it stands: a clock
+  // above 101 (only from a set-up position; the game is drawn by then)
+  // turns the factor negative.
   if (b.fifty < 81) return score;
   return (101 - b.fifty) * score / 20;
 }

@@ -36,7 +36,10 @@ int passed_of(const board& b, u64 passed, int& score) {
 }
 
 // Rook and pawn against rook, for C's single pawn on pawn_sq: true when the
-// position counts as drawn and the term is 0.
+// position counts as drawn and the term is 0. Drawn are: the defending king
+// within one file of the pawn and on its home side of it (a larger row for a
+// White pawn), as the rule is written; or the own king on its home side of
+// the pawn, or more than one file away from it.
 template <int C>
 bool rook_pawn_draw(const board& b, int pawn_sq) {
   using S = colour<C>;

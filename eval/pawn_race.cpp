@@ -27,9 +27,9 @@ int race_of(const board& b) {
     // Rook pawn: the king on the neighbouring file in front of it keeps the
     // defending king out of the corner if that king is too far away.
     const int corner = S::rel_sq(file == 0 ? A8 : H8);
-    const int guide_file = file == 0 ? 1 : 6;
+    const int escort_file = file == 0 ? 1 : 6;
     const int steps = king_row > 1 ? king_row : 1;
-    if ((king & 7) == guide_file && steps < king_distance[enemy_king][corner])
+    if ((king & 7) == escort_file && steps < king_distance[enemy_king][corner])
       return S::sign * RACE_BONUS;
     // Deliberate: a White rook pawn is judged by this rule alone, while a
     // Black one goes on to the rule for the other files.

@@ -202,10 +202,11 @@ int compute_pawn_structure(u64 white_pawns, u64 black_pawns, int white_material,
 
   u64 passed_white = 0, passed_black = 0;
   u64 isolated_white = 0, isolated_black = 0, weak_white = 0, weak_black = 0;
-  int s = pawns_of<WHITE>(white_pawns, black_pawns, all, safe_white, black_material, passed_white,
-                          isolated_white, weak_white);
-  s -= pawns_of<BLACK>(black_pawns, white_pawns, all, safe_black, white_material, passed_black,
-                       isolated_black, weak_black);
+  const int white_sum = pawns_of<WHITE>(white_pawns, black_pawns, all, safe_white, black_material,
+                                        passed_white, isolated_white, weak_white);
+  const int black_sum = pawns_of<BLACK>(black_pawns, white_pawns, all, safe_black, white_material,
+                                        passed_black, isolated_black, weak_black);
+  const int s = white_sum - black_sum;
 
   for (int i = 0; i < 4; ++i) {
     out.shelter[i] = u8(shelter_value<WHITE>(white_pawns, black_pawns, shelter_king_file[i]));
@@ -233,6 +234,8 @@ int compute_pawn_structure(u64 white_pawns, u64 black_pawns, int white_material,
     detail->isolated[BLACK] = isolated_black;
     detail->weak[WHITE] = weak_white;
     detail->weak[BLACK] = weak_black;
+    detail->score[WHITE] = white_sum;
+    detail->score[BLACK] = black_sum;
   }
   return s;
 }

@@ -42,6 +42,7 @@ struct pawn_detail {
   u64 safe[2];      // safe-advance sets, by colour
   u64 isolated[2];  // isolated pawns, by colour
   u64 weak[2];      // weak pawns, by colour
+  int score[2];     // each colour's per-pawn sum from its own point of view
 };
 
 constexpr int PAWN_TABLE_SIZE = 32768;

@@ -42,6 +42,14 @@ struct trap {
 };
 constexpr trap bishop_traps[4] = {{A7, B6}, {B8, C7}, {H7, G6}, {G8, F7}};
 
+// The four trap squares of colour C's bishops, to skip the test elsewhere.
+template <int C>
+constexpr u64 trap_squares() {
+  u64 m = 0;
+  for (const trap& t : bishop_traps) m |= sq_bit(colour<C>::rel_sq(t.bishop));
+  return m;
+}
+
 template <int C>
 int bishops_of(board& b, const pawn_record& pawns, int pawns_on_board) {
   using S = colour<C>;
@@ -55,8 +63,9 @@ int bishops_of(board& b, const pawn_record& pawns, int pawns_on_board) {
     const int sq = pop_lsb(set);
     s += bishop_table[sq];
     if (b.phase != 2 && (outposts & sq_bit(sq))) s += outpost_bonus[sq & 7];
-    for (const trap& t : bishop_traps)
-      if (sq == S::rel_sq(t.bishop) && (enemy_pawns & sq_bit(S::rel_sq(t.pawn)))) s -= 174;
+    if (trap_squares<C>() & sq_bit(sq))
+      for (const trap& t : bishop_traps)
+        if (sq == S::rel_sq(t.bishop) && (enemy_pawns & sq_bit(S::rel_sq(t.pawn)))) s -= 174;
     pressure += bishop_tropism[king_distance[sq][enemy_king]];
     mob += mobility(bishop_attacks(b, sq) & ~own[BB_ALL]);
   }
@@ -88,7 +97,9 @@ int rooks_of(board& b, const pawn_record& pawns) {
       s += 9;
       file_dist = file_distance(sq, enemy_king);
     }
-    // The second rook doubled behind the first on an open or half-open file.
+    // The second rook doubled with the first on an open or half-open file.
+    // Only the loop's second rook is compared with the one before it; a
+    // third rook (after a promotion) earns nothing here.
     if (count == 1 && f == previous_file && (half_open & (1u << f))) s += 20;
     // Shut in by its own uncastled king on the back rank.
     if (b.phase != 2 && S::rel_row(sq) >= 6 && S::rel_row(own_king) == 7) {
