@@ -31,10 +31,15 @@ class UciE2E : public ::testing::Test {
   }
   void TearDown() override { std::filesystem::remove_all(dir_); }
 
+  // The handshake. Only "uciok" and "unknown command" begin with a "u", so
+  // a binary that does not speak UCI fails here at once.
+  void handshake(Session& s) {
+    s.send("uci");
+    ASSERT_EQ(s.wait_for("u", 10), "uciok");
+  }
   // Handshake and the engine set-up, ready for commands.
   void start(Session& s) {
-    s.send("uci");
-    ASSERT_EQ(s.wait_for("uciok", 10), "uciok");
+    ASSERT_NO_FATAL_FAILURE(handshake(s));
     s.send("isready");
     ASSERT_EQ(s.wait_for("readyok", 10), "readyok");
   }
@@ -56,8 +61,7 @@ class UciE2E : public ::testing::Test {
 
 TEST_F(UciE2E, HandshakeLinesAreExact) {
   Session s(dir_);
-  s.send("uci");
-  ASSERT_EQ(s.wait_for("uciok", 10), "uciok");
+  ASSERT_NO_FATAL_FAILURE(handshake(s));
   const std::vector<std::string> expected = {
       "id name Orvo v2.14a_x64",
       "id author Erwan Tollis Quenby",
@@ -77,7 +81,7 @@ TEST_F(UciE2E, HandshakeLinesAreExact) {
 
 TEST_F(UciE2E, IsReadyAnswersReadyOk) {
   Session s(dir_);
-  start(s);
+  ASSERT_NO_FATAL_FAILURE(start(s));
   expect_alive(s);
   s.send("quit");
   EXPECT_EQ(s.wait_exit(5), 0);
@@ -85,7 +89,7 @@ TEST_F(UciE2E, IsReadyAnswersReadyOk) {
 
 TEST_F(UciE2E, IsReadyWhileSearchingIsAnsweredAtOnce) {
   Session s(dir_);
-  start(s);
+  ASSERT_NO_FATAL_FAILURE(start(s));
   s.send("go infinite");
   usleep(300000);
   const double sent = s.elapsed();
@@ -98,7 +102,7 @@ TEST_F(UciE2E, IsReadyWhileSearchingIsAnsweredAtOnce) {
 
 TEST_F(UciE2E, GoInfiniteSendsNothingUntilStop) {
   Session s(dir_);
-  start(s);
+  ASSERT_NO_FATAL_FAILURE(start(s));
   s.send("go infinite");
   EXPECT_EQ(s.wait_for("bestmove", 1.0), "");
   const double sent = s.elapsed();
@@ -118,7 +122,7 @@ TEST_F(UciE2E, GoInfiniteSendsNothingUntilStop) {
 
 TEST_F(UciE2E, GoInfiniteThatEndsByItselfStillWaitsForStop) {
   Session s(dir_);
-  start(s);
+  ASSERT_NO_FATAL_FAILURE(start(s));
   s.send(std::string("position fen ") + FOOLS_MATE);
   s.send("go infinite");  // no legal move: the search is over at once
   EXPECT_EQ(s.wait_for("bestmove", 1.0), "");
@@ -128,7 +132,7 @@ TEST_F(UciE2E, GoInfiniteThatEndsByItselfStillWaitsForStop) {
 
 TEST_F(UciE2E, GoPonderThenPonderHit) {
   Session s(dir_);
-  start(s);
+  ASSERT_NO_FATAL_FAILURE(start(s));
   s.send("position startpos moves e2e4");
   s.send("go ponder wtime 3000 btime 3000");
   EXPECT_EQ(s.wait_for("bestmove", 0.8), "");
@@ -144,7 +148,7 @@ TEST_F(UciE2E, GoPonderThenPonderHit) {
 
 TEST_F(UciE2E, GoMovetimeEndsWithinASecond) {
   Session s(dir_);
-  start(s);
+  ASSERT_NO_FATAL_FAILURE(start(s));
   const double sent = s.elapsed();
   s.send("go movetime 500");
   const std::string best = s.wait_for("bestmove", 3.0);
@@ -156,7 +160,7 @@ TEST_F(UciE2E, GoMovetimeEndsWithinASecond) {
 
 TEST_F(UciE2E, QuitDuringASearchEndsAtOnce) {
   Session s(dir_);
-  start(s);
+  ASSERT_NO_FATAL_FAILURE(start(s));
   s.send("go infinite");
   usleep(300000);
   const double sent = s.elapsed();
@@ -168,7 +172,7 @@ TEST_F(UciE2E, QuitDuringASearchEndsAtOnce) {
 
 TEST_F(UciE2E, InputClosedDuringASearchEndsTheProcess) {
   Session s(dir_);
-  start(s);
+  ASSERT_NO_FATAL_FAILURE(start(s));
   s.send("go infinite");
   usleep(200000);
   s.close_input();
@@ -177,7 +181,7 @@ TEST_F(UciE2E, InputClosedDuringASearchEndsTheProcess) {
 
 TEST_F(UciE2E, GoDepth3StopsAfterDepth3) {
   Session s(dir_);
-  start(s);
+  ASSERT_NO_FATAL_FAILURE(start(s));
   const size_t from = s.lines().size();
   s.send("go depth 3");
   ASSERT_TRUE(starts_with(s.wait_for("bestmove", 10), "bestmove "));
@@ -191,7 +195,7 @@ TEST_F(UciE2E, GoDepth3StopsAfterDepth3) {
 
 TEST_F(UciE2E, MatedOrStalematedRootGivesA8A8) {
   Session s(dir_);
-  start(s);
+  ASSERT_NO_FATAL_FAILURE(start(s));
   s.send(std::string("position fen ") + FOOLS_MATE);
   s.send("go depth 3");
   EXPECT_EQ(s.wait_for("bestmove", 5), "bestmove a8a8");
@@ -205,7 +209,7 @@ TEST_F(UciE2E, MatedOrStalematedRootGivesA8A8) {
 
 TEST_F(UciE2E, PositionWithMovesIsPlayed) {
   Session s(dir_);
-  start(s);
+  ASSERT_NO_FATAL_FAILURE(start(s));
   s.send("position startpos moves e2e4 e7e5 g1f3");
   s.send("go depth 2");
   const std::string best = s.wait_for("bestmove", 10);
@@ -215,7 +219,7 @@ TEST_F(UciE2E, PositionWithMovesIsPlayed) {
 
 TEST_F(UciE2E, BadPositionsDoNotCrash) {
   Session s(dir_);
-  start(s);
+  ASSERT_NO_FATAL_FAILURE(start(s));
   for (const char* line :
        {"position fen", "position fen ", "position fen garbage", "position fen rnbqkbnr/pppp",
         "position fen rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR", "position fen 8/8/8/8 w",
@@ -237,7 +241,7 @@ TEST_F(UciE2E, BadPositionsDoNotCrash) {
 
 TEST_F(UciE2E, GoWithMissingOrHugeValues) {
   Session s(dir_);
-  start(s);
+  ASSERT_NO_FATAL_FAILURE(start(s));
   for (const char* line :
        {"go depth 2 movestogo", "go wtime btime", "go movetime 99999999999999999 depth 2",
         "go wtime 99999999999 btime 99999999999 depth 2", "go mate 999999999999 movetime 300",
@@ -259,8 +263,7 @@ TEST_F(UciE2E, GoWithMissingOrHugeValues) {
 
 TEST_F(UciE2E, SetOptionWithoutValueIsIgnored) {
   Session s(dir_);
-  s.send("uci");
-  ASSERT_EQ(s.wait_for("uciok", 10), "uciok");
+  ASSERT_NO_FATAL_FAILURE(handshake(s));
   for (const char* line : {"setoption name Hash", "setoption name", "setoption value",
                            "setoption name Hash value", "setoption", "setoption value 3 name Hash",
                            "setoption name Nothing value 5", "setoption name Hash value 1"})
@@ -272,7 +275,7 @@ TEST_F(UciE2E, SetOptionWithoutValueIsIgnored) {
 
 TEST_F(UciE2E, VeryLongLinesAreHarmless) {
   Session s(dir_);
-  start(s);
+  ASSERT_NO_FATAL_FAILURE(start(s));
   s.send(std::string(70000, 'x'));
   expect_alive(s);
   std::string moves = "position startpos moves";
@@ -291,7 +294,7 @@ TEST_F(UciE2E, VeryLongLinesAreHarmless) {
 
 TEST_F(UciE2E, UnknownCommandsGetNoReply) {
   Session s(dir_);
-  start(s);
+  ASSERT_NO_FATAL_FAILURE(start(s));
   const size_t from = s.lines().size();
   for (const char* line : {"uci", "debug on", "register later", "hello", "", "Stop", "stop"})
     s.send(line);
@@ -303,7 +306,7 @@ TEST_F(UciE2E, UnknownCommandsGetNoReply) {
 
 TEST_F(UciE2E, EndOfInputEndsTheProcess) {
   Session s(dir_);
-  start(s);
+  ASSERT_NO_FATAL_FAILURE(start(s));
   s.close_input();
   EXPECT_EQ(s.wait_exit(3.0), 0);
 }
