@@ -14,6 +14,9 @@ cmake -S . -B build -DCMAKE_BUILD_TYPE=Release
 cmake --build build -j"$jobs"
 (cd build && ctest --output-on-failure -j"$jobs")
 
+echo "== front-end games: Orvo (UCI, through polyglot) against fairymax under xboard"
+./tests/gui/run_gui_games.sh "$PWD/build/engine/orvo" 4 </dev/null
+
 echo "== sanitizer build (ASan + UBSan)"
 cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DORVO_SANITIZE=ON -DORVO_BENCH=OFF
 cmake --build build-asan -j"$jobs"
