@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Builds Orvo and runs every test: the release build, then the same tests
-# under AddressSanitizer and UndefinedBehaviorSanitizer. Installs missing
-# build packages with apt-get. ORVO_LONG_TESTS=1 adds the deep perft runs.
+# Builds Orvo and runs every test: the release build, four real games under
+# the xboard front end, then the same tests under AddressSanitizer and
+# UndefinedBehaviorSanitizer. Installs missing packages with apt-get.
+# ORVO_LONG_TESTS=1 adds the deep perft runs.
 set -euo pipefail
 cd "$(dirname "$0")"
 source ./scripts/packages.sh
