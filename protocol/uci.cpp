@@ -8,30 +8,16 @@
 
 #include "book/book.h"
 #include "engine/chess.h"
+#include "eval/eval.h"
 #include "position/fen.h"
 #include "protocol/input.h"
 #include "protocol/movetext.h"
 #include "protocol/output.h"
+#include "search/hash.h"
 #include "search/search.h"
 #include "tools/egbb.h"
 #include "tools/ini.h"
 
-#if __has_include("search/hash.h")
-#include "search/hash.h"
-#else
-namespace orvo {
-void tt_resize(int megabytes);
-void tt_clear();
-}  // namespace orvo
-#endif
-
-#if __has_include("eval/eval.h")
-#include "eval/eval.h"
-#else
-namespace orvo {
-void eval_allocate_caches();
-}  // namespace orvo
-#endif
 
 // Nothing here owns an object with a destructor: the search's input poll
 // calls the line handler from deep inside a search that may be unwound by
