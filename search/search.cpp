@@ -76,7 +76,8 @@ int search(chess& c, board& b, int depth, int ply, int alpha, int beta, int node
   const u64* own = b.bb(b.side);
   if (depth >= 3 * PLY && nodeType != 0 && !in_check && beta >= -NULL_MOVE_MARGIN &&
       beta < NULL_MOVE_MARGIN + 1 && (own[BB_ROOK] | own[BB_QUEEN]) &&
-      (depth <= 4 * PLY || Evaluate(b, alpha, beta) >= beta)) {
+      (depth <= 4 * PLY || (++stats.null_evals, Evaluate(b, alpha, beta) >= beta))) {
+    ++stats.null_tries;
     const i32 side = b.side, xside = b.xside, fifty = b.fifty, ep = b.ep;
     const Move last = b.last_move;
     const u64 key = b.key;
@@ -120,6 +121,7 @@ int search(chess& c, board& b, int depth, int ply, int alpha, int beta, int node
       const int from = move_from(m), to = move_to(m);
       if (to == last_to && see(b, from, to) > 0) {
         e = 30;
+        ++stats.recapture_extensions;
       } else if (b.piece[from] == PAWN && ((mover == 0 && to >= 8 && to <= 15) ||
                                            (mover == 1 && to >= 48 && to <= 55))) {
         // Deliberate and inert: make has emptied the from-square, so this
@@ -146,8 +148,10 @@ int search(chess& c, board& b, int depth, int ply, int alpha, int beta, int node
         const int from = move_from(m);
         const bool advanced_pawn =
             move_piece(m) == PAWN && ((from >= 48 && from <= 55) || (from >= 16 && from <= 23));
-        if (!advanced_pawn && move_is_quiet(m))
+        if (!advanced_pawn && move_is_quiet(m)) {
+          ++stats.late_reductions;
           score = -search(c, b, new_depth - 2 * PLY, ply + 1, -alpha - 1, -alpha, 1, child_pv);
+        }
       }
       if (score > alpha) {
         score = -search(c, b, new_depth - PLY, ply + 1, -alpha - 1, -alpha, 1, child_pv);
@@ -230,7 +234,11 @@ int quiesce(chess& c, board& b, int alpha, int beta, int flag, int ply) {
     if (l.count == 0) return best;
     for (int i = 0; i < l.count; ++i) {
       selectBest(l, i);
-      if (l.scores[i] == -777777 || l.scores[i] <= threshold) continue;
+      if (l.scores[i] == -777777) continue;
+      if (l.scores[i] <= threshold) {
+        ++stats.quiesce_skipped;
+        continue;
+      }
       if (!make(b, l.moves[i], u)) continue;
       // The child needs to know whether it is in check: make does not say.
       b.in_check = gives_check(b);

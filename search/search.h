@@ -60,6 +60,16 @@ struct SearchClock {
   double last_info;    // elapsed time of the last periodic "info" line
 };
 extern SearchClock search_clock;
+
+// What the search did, counted for tests and tuning; cleared by resetSearch.
+struct SearchStats {
+  i64 null_tries;     // null moves searched
+  i64 null_evals;     // evaluations made to allow a null move (depth above 4 plies)
+  i64 late_reductions;
+  i64 recapture_extensions;
+  i64 quiesce_skipped;  // captures passed over by quiescence's delta threshold
+};
+extern SearchStats stats;
 extern i64 nodes;  // 64-bit: a long analysis passes two billion nodes
 extern i32 seldepth;
 

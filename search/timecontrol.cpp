@@ -14,6 +14,7 @@ namespace orvo {
 SearchLimits limits;
 SearchState state;
 SearchClock search_clock;
+SearchStats stats;
 i64 nodes = 0;
 i32 seldepth = 0;
 i32 poll_countdown = 10000;
@@ -37,6 +38,7 @@ void resetSearch(chess& c) {
   }
   limits.analysis = false;
   search_clock = SearchClock{};
+  stats = SearchStats{};
   state.have_move = false;
   state.stop_command = false;
   poll_countdown = poll_interval = 10000;

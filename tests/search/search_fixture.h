@@ -8,6 +8,7 @@
 #include "eval/eval.h"
 #include "position/fen.h"
 #include "search/hash.h"
+#include "search/ordering.h"
 #include "search/search.h"
 
 namespace orvo::test {
@@ -25,6 +26,7 @@ class SearchTest : public ::testing::Test {
   void setup(const char* fen) {
     set_position(c->pos, fen);
     resetSearch(*c);
+    clearKillers(*c);  // as think does: the picker's phase table
   }
   Move think_depth(const char* fen, int depth) {
     setup(fen);

@@ -140,3 +140,78 @@ TEST_F(SearchT, MateDistancePruning) {
   EXPECT_LT(s, MATE - 5);
   limits.infinite = false;
 }
+
+namespace {
+
+int search_at(chess& c, int depth, int node_type, int alpha, int beta) {
+  Move pv[MAX_PLY + 2];
+  return search(c, c.pos, depth, 1, alpha, beta, node_type, pv);
+}
+
+}  // namespace
+
+TEST_F(SearchT, NoNullMoveWithOnlyPawnsOrMinorPieces) {
+  setup("4k3/pppp4/8/8/8/8/PPPP4/4K3 w - - 0 1");
+  search_at(*c, 5 * PLY, 1, -50, 50);
+  EXPECT_EQ(stats.null_tries, 0);
+  setup("2n1kb2/pppp4/8/8/8/8/PPPP4/1N2KB2 w - - 0 1");
+  search_at(*c, 5 * PLY, 1, -50, 50);
+  EXPECT_EQ(stats.null_tries, 0);
+  setup("4k2r/pppp4/8/8/8/8/PPPP4/4K2R w - - 0 1");
+  search_at(*c, 5 * PLY, 1, -50, 50);
+  EXPECT_GT(stats.null_tries, 0);
+}
+
+TEST_F(SearchT, NullMoveEvaluatesOnlyAboveFourPlies) {
+  // A quiet position where White is far ahead: the null move is tried at
+  // the node itself; its children are too shallow for one.
+  const char* fen = "4k3/pppp4/8/8/8/8/PPPP4/Q3K2R w - - 0 1";
+  setup(fen);
+  search_at(*c, 3 * PLY, 1, -50, 50);
+  EXPECT_EQ(stats.null_tries, 1);
+  EXPECT_EQ(stats.null_evals, 0);
+  setup(fen);
+  search_at(*c, 4 * PLY + 1, 1, -50, 50);
+  EXPECT_EQ(stats.null_evals, 1);
+  EXPECT_GE(stats.null_tries, 1);
+  // In a PV node, or in check, none.
+  setup(fen);
+  search_at(*c, 3 * PLY, 0, -50, 50);
+  EXPECT_EQ(stats.null_tries, 0);
+}
+
+TEST_F(SearchT, LateQuietMovesAreReducedOnlyInNonPvNodesFromFivePlies) {
+  setup("r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq - 2 3");
+  search_at(*c, 5 * PLY, 1, -30, -29);
+  EXPECT_GT(stats.late_reductions, 0);
+  setup("r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq - 2 3");
+  search_at(*c, 4 * PLY, 1, -30, -29);
+  EXPECT_EQ(stats.late_reductions, 0);  // nothing at four plies or less
+}
+
+TEST_F(SearchT, RecaptureExtensionInPvNodesOnly) {
+  // Black has just taken on d5 (last move e6xd5); White recaptures with the
+  // knight, and no other White piece attacks d5: the exchange value read on
+  // the board after the move is positive.
+  const char* fen = "4k3/8/8/3p4/8/2N5/8/4K3 w - - 0 1";
+  setup(fen);
+  c->pos.last_move = encode_move(20, 27, PAWN, 0, PAWN);  // e6xd5
+  search_at(*c, 2 * PLY, 0, -MATE, MATE);
+  EXPECT_GT(stats.recapture_extensions, 0);
+  setup(fen);
+  c->pos.last_move = encode_move(20, 27, PAWN, 0, PAWN);
+  search_at(*c, 2 * PLY, 1, -MATE, MATE);
+  EXPECT_EQ(stats.recapture_extensions, 0);
+}
+
+TEST_F(SearchT, QuiescenceSkipsCapturesBelowTheDeltaThreshold) {
+  // A knight taking an undefended pawn (exchange value +100) is searched.
+  setup("4k3/8/8/3p4/8/2N5/8/4K3 w - - 0 1");
+  quiesce(*c, c->pos, -MATE, MATE, 1, 1);
+  EXPECT_EQ(stats.quiesce_skipped, 0);
+  // A queen down, the knight taking a pawn defended by a pawn (exchange
+  // value -225) has no room under the threshold and is skipped.
+  setup("4k2q/8/2p5/3p4/8/2N5/8/4K3 w - - 0 1");
+  quiesce(*c, c->pos, 0, 50, 1, 1);
+  EXPECT_EQ(stats.quiesce_skipped, 1);
+}
