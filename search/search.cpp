@@ -219,51 +219,43 @@ int quiesce(chess& c, board& b, int alpha, int beta, int flag, int ply) {
 
   MoveList l;
   undo u;
-  if (!b.in_check) {
+  const bool in_check = b.in_check;
+  int best, threshold = 0;
+  if (!in_check) {
     if (bitbase_probe_allowed(c, b, ply)) {
       int score;
       if (egbb_probe(b, score)) return score;
     }
     const int e = Evaluate(b, alpha, beta);
     if (e >= beta) return e;
-    int best = std::max(e, alpha);
+    best = std::max(e, alpha);
     alpha = best;
     generate_captures(b, l);
     for (int i = 0; i < l.count; ++i) l.scores[i] = quiet_capture_score(b, l.moves[i]);
-    const int threshold = (b.material[b.xside] - b.material[b.side]) + best - 100;
+    // Fixed for the node: it is not recomputed when alpha rises.
+    threshold = (b.material[b.xside] - b.material[b.side]) + best - 100;
     if (l.count == 0) return best;
-    for (int i = 0; i < l.count; ++i) {
-      selectBest(l, i);
+  } else {
+    // In check every evasion is searched, quiet or not.
+    generate_all(b, l);
+    // Deliberate: a mated side scores 30000 - ply here, with the sign of a
+    // win. Kept as it is.
+    if (scoreEvasions(b, l) == 0) return MATE - ply;
+    best = alpha;
+  }
+  bool any = false;
+  for (int i = 0; i < l.count; ++i) {
+    selectBest(l, i);
+    if (!in_check) {
       if (l.scores[i] == -777777) continue;
       if (l.scores[i] <= threshold) {
         ++stats.quiesce_skipped;
         continue;
       }
-      if (!make(b, l.moves[i], u)) continue;
-      // The child needs to know whether it is in check: make does not say.
-      b.in_check = gives_check(b);
-      const int score = -quiesce(c, b, -beta, -alpha, 1, ply + 1);
-      unmake(b, u);
-      best = std::max(best, score);
-      if (best > alpha) {
-        if (best >= beta) return best;
-        alpha = best;
-      }
     }
-    return best;
-  }
-
-  generate_all(b, l);
-  const int legal = scoreEvasions(b, l);
-  // Deliberate: a mated side scores 30000 - ply here, with the sign of a
-  // win. Kept as it is.
-  if (legal == 0) return MATE - ply;
-  int best = alpha;
-  bool any = false;
-  for (int i = 0; i < l.count; ++i) {
-    selectBest(l, i);
     if (!make(b, l.moves[i], u)) continue;
     any = true;
+    // The child needs to know whether it is in check: make does not say.
     b.in_check = gives_check(b);
     const int score = -quiesce(c, b, -beta, -alpha, 1, ply + 1);
     unmake(b, u);
@@ -273,7 +265,7 @@ int quiesce(chess& c, board& b, int alpha, int beta, int flag, int ply) {
       alpha = best;
     }
   }
-  if (!any) best = ply - MATE;
+  if (in_check && !any) best = ply - MATE;
   return best;
 }
 

@@ -12,15 +12,8 @@ using orvo::test::sq;
 
 namespace {
 
-// Finds the generated move from-to (first match, promotion if given).
 Move find(const board& b, const char* from, const char* to, int promo = -1) {
-  MoveList l;
-  generate_all(b, l);
-  for (int i = 0; i < l.count; ++i)
-    if (move_from(l.moves[i]) == sq(from) && move_to(l.moves[i]) == sq(to) &&
-        (promo < 0 || move_promotion(l.moves[i]) == promo))
-      return l.moves[i];
-  return 0;
+  return test::find_move(b, from, to, promo);
 }
 
 bool play(board& b, const char* from, const char* to, undo& u, int promo = -1) {

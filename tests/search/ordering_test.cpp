@@ -17,13 +17,7 @@ using Picker = orvo::test::SearchTest;
 namespace {
 
 Move find(const board& b, const char* from, const char* to, int promo = -1) {
-  MoveList l;
-  generate_all(b, l);
-  for (int i = 0; i < l.count; ++i)
-    if (move_from(l.moves[i]) == sq(from) && move_to(l.moves[i]) == sq(to) &&
-        (promo < 0 || move_promotion(l.moves[i]) == promo))
-      return l.moves[i];
-  return 0;
+  return test::find_move(b, from, to, promo);
 }
 
 int capture_score_of(const board& b, Move m) {
@@ -112,15 +106,7 @@ TEST_F(Picker, InCheckEveryMoveLegalOrNotThenZero) {
 
 TEST_F(Picker, SingleReplyInCheck) {
   setup("4k3/8/8/8/8/8/r7/1r2K3 w - - 0 1");  // Kf1? no: only e1-f... check the count
-  MoveList l;
-  generate_all(c->pos, l);
-  int legal = 0;
-  undo u;
-  for (int i = 0; i < l.count; ++i)
-    if (make(c->pos, l.moves[i], u)) {
-      ++legal;
-      unmake(c->pos, u);
-    }
+  const int legal = test::count_legal(c->pos);
   MovePicker p;
   clearKillers(*c);
   EXPECT_EQ(initPicker(*c, c->pos, p, 0, true, 1), legal == 1);

@@ -53,16 +53,7 @@ TEST_F(SearchT, MatedOrStalematedRootGivesNoMove) {
 TEST_F(SearchT, SingleLegalMoveStopsAfterFourPlies) {
   // Black's king on h8 has only Kg8... (White Qf6 covers g7 and h7? no:)
   setup("7k/8/5K2/8/8/8/8/6R1 b - - 0 1");
-  MoveList l;
-  generate_all(c->pos, l);
-  int legal = 0;
-  undo u;
-  for (int i = 0; i < l.count; ++i)
-    if (make(c->pos, l.moves[i], u)) {
-      ++legal;
-      unmake(c->pos, u);
-    }
-  ASSERT_EQ(legal, 1);
+  ASSERT_EQ(test::count_legal(c->pos), 1);
   think(*c);
   EXPECT_TRUE(limits.fixedDepth);
   EXPECT_EQ(limits.depthLimit, 4);

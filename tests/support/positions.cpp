@@ -4,6 +4,8 @@
 #include <sstream>
 
 #include "position/fen.h"
+#include "position/makemove.h"
+#include "position/movegen.h"
 #include "position/tables.h"
 
 namespace orvo::test {
@@ -13,6 +15,29 @@ board from_fen(const std::string& fen) {
   board b;
   set_position(b, fen.c_str());
   return b;
+}
+
+Move find_move(const board& b, const char* from, const char* to, int promo) {
+  MoveList l;
+  generate_all(b, l);
+  for (int i = 0; i < l.count; ++i)
+    if (move_from(l.moves[i]) == sq(from) && move_to(l.moves[i]) == sq(to) &&
+        (promo < 0 || move_promotion(l.moves[i]) == promo))
+      return l.moves[i];
+  return 0;
+}
+
+int count_legal(board& b) {
+  MoveList l;
+  generate_all(b, l);
+  int legal = 0;
+  undo u;
+  for (int i = 0; i < l.count; ++i)
+    if (make(b, l.moves[i], u)) {
+      ++legal;
+      unmake(b, u);
+    }
+  return legal;
 }
 
 std::vector<SuiteLine> read_perft_suite(const std::string& path) {

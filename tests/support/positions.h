@@ -13,6 +13,11 @@ constexpr int sq(const char* name) { return (8 - (name[1] - '0')) * 8 + (name[0]
 // A fresh board set up from FEN (tables built on first use).
 board from_fen(const std::string& fen);
 
+// The first generated move from-to (with that promotion, if given), or 0.
+Move find_move(const board& b, const char* from, const char* to, int promo = -1);
+// The number of legal moves (made and taken back).
+int count_legal(board& b);
+
 // One line of a perft suite: the FEN and the counts by depth (index 1..).
 struct SuiteLine {
   std::string fen;
