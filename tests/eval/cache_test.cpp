@@ -33,8 +33,7 @@ struct Sample {
 // for another position with the same key. Such an entry is a true hit but
 // may differ from what the position itself would compute: the pawn record
 // holds passed-pawn bonuses scaled by the material (not part of the pawn
-// key), and the win-chance flags of the rook-pawn rule depend on the kings
-// and the side to move (not part of the material key).
+// key).
 bool reads_foreign_entry(const board& b) {
   if (b.white[BB_PAWN] | b.black[BB_PAWN]) {
     const pawn_record& e = pawn_table(b.side)[b.pawn_key & PAWN_TABLE_MASK];
@@ -42,11 +41,6 @@ bool reads_foreign_entry(const board& b) {
       pawn_record fresh = test::pawn_record_of(b);
       if (std::memcmp(&fresh, &e, sizeof fresh) != 0) return true;
     }
-  }
-  if (b.phase_units[WHITE] < 13 && b.phase_units[BLACK] < 13) {
-    const material_entry& m = material_cache()[b.mat_key & (MATERIAL_CACHE_SIZE - 1)];
-    const u32 check = u32(b.mat_key >> 32);
-    if (check != 0 && m.check == check && m.flags != win_chance(b)) return true;
   }
   return false;
 }
