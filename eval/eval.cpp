@@ -35,7 +35,6 @@ void build_eval_tables() {
   eval::build_piece_masks();
   eval::build_danger_table();
   eval::compute_pawn_structure(0, 0, 0, 0, eval::empty_pawn_record);
-  eval::empty_pawn_record.key = 0;
   eval::current_pawns = eval::empty_pawn_record;
   tables_built = true;
 }

@@ -98,18 +98,82 @@ int material_term(const board& b) {
   return score;
 }
 
-u32 win_chance(const board& b) {
-  u32 flags = BOTH_CAN_WIN;
+// The material-signature cache keeps, per entry, the part of the win-chance
+// routine that depends on the material alone, and the position-dependent
+// part (the bishop and rook-pawn rule, which reads the pawn files, the king
+// squares and the side to move) is applied afresh at every call: it is a
+// handful of tests, and only for the few materials the rule can apply to.
+// Caching its result under the material key would hand one position the
+// verdict reached for another with the same material.
+//
+// Nor does the key alone tell which material an entry was computed for: it
+// follows captures only, so after a promotion without a capture it still
+// names the material from before the promotion, and different materials may
+// also share an index and a check word. So an entry also records the few
+// material facts its flags were derived from, and is used only when the
+// board shows the same facts. Those facts decide the cached part entirely,
+// which makes a hit exactly what a fresh computation would give.
+//
+// Layout of the cached flag word:
+//   bits 0-1   the flags of the first rules (who can win by material)
+//   bit 2      White's bishop and rook-pawn rule can apply to this material
+//   bit 3      Black's likewise
+//   bits 8-15  the material facts (material_facts below)
+// An emptied entry (check word 0, flag word 3) never passes the check: a
+// key with check word 0 is judged without the cache.
+namespace {
+
+constexpr u32 FLAG_BITS = 3;
+constexpr u32 WHITE_ROOK_PAWN_RULE = 4, BLACK_ROOK_PAWN_RULE = 8;
+constexpr int FACTS_SHIFT = 8;
+
+// Per colour, four bits: no pawns, at most 3 piece units, a knight, a
+// bishop. White's in bits 0-3, Black's in bits 4-7.
+template <int C>
+u32 colour_facts(const board& b) {
+  const u64* own = colour<C>::own(b);
+  return u32(b.pawn_count[C] == 0) | u32(b.phase_units[C] <= 3) << 1 |
+         u32(own[BB_KNIGHT] != 0) << 2 | u32(own[BB_BISHOP] != 0) << 3;
+}
+u32 material_facts(const board& b) { return colour_facts<WHITE>(b) | colour_facts<BLACK>(b) << 4; }
+
+// The cached part, from the facts alone: the first rules, and whether each
+// side's bishop and rook-pawn rule can apply (fewer than 4 piece units, a
+// bishop, no knight, and no bishop for the defender; the rule itself checks
+// the pawns).
+u32 material_part(u32 facts) {
+  const u32 w = facts & 15, k = facts >> 4;
+  constexpr u32 NO_PAWNS = 1, FEW_UNITS = 2, KNIGHT = 4, BISHOP = 8;
+  u32 word = BOTH_CAN_WIN;
   // No pawns and at most a minor piece: that side cannot win.
-  if (b.pawn_count[WHITE] == 0 && b.phase_units[WHITE] <= 3) flags = BLACK_CAN_WIN;
-  if (b.pawn_count[BLACK] == 0 && b.phase_units[BLACK] <= 3) flags &= ~BLACK_CAN_WIN;
+  if ((w & NO_PAWNS) && (w & FEW_UNITS)) word = BLACK_CAN_WIN;
+  if ((k & NO_PAWNS) && (k & FEW_UNITS)) word &= ~BLACK_CAN_WIN;
+  if ((w & (FEW_UNITS | KNIGHT | BISHOP)) == (FEW_UNITS | BISHOP) && !(k & BISHOP))
+    word |= WHITE_ROOK_PAWN_RULE;
+  if ((k & (FEW_UNITS | KNIGHT | BISHOP)) == (FEW_UNITS | BISHOP) && !(w & BISHOP))
+    word |= BLACK_ROOK_PAWN_RULE;
+  return word;
+}
+
+// The position-dependent part, applied to the cached word.
+u32 position_part(const board& b, u32 word) {
+  u32 flags = word & FLAG_BITS;
+  if (!(word & (WHITE_ROOK_PAWN_RULE | BLACK_ROOK_PAWN_RULE))) return flags;
+  // With no piece units on either side and a pawn off the rook files for
+  // each, the routine stops before the rook-pawn rule. (The rule needs a
+  // bishop, so this cannot coincide with it on a consistent board; the test
+  // is kept so that the routine reads the same in every case.)
   if (b.phase_units[WHITE] == 0 && b.phase_units[BLACK] == 0 && (b.white[BB_PAWN] & ~rook_files) &&
       (b.black[BB_PAWN] & ~rook_files))
     return flags;
-  rook_pawn_rule<WHITE>(b, flags);
-  rook_pawn_rule<BLACK>(b, flags);
+  if (word & WHITE_ROOK_PAWN_RULE) rook_pawn_rule<WHITE>(b, flags);
+  if (word & BLACK_ROOK_PAWN_RULE) rook_pawn_rule<BLACK>(b, flags);
   return flags;
 }
+
+}  // namespace
+
+u32 win_chance(const board& b) { return position_part(b, material_part(material_facts(b))); }
 
 bool bare_king_stalemate(const board& b) {
   const int lone = b.side & 1, other = lone ^ 1;
@@ -125,24 +189,24 @@ bool bare_king_stalemate(const board& b) {
 
 u32 material_flags(const board& b) {
   if (b.phase_units[WHITE] >= 13 || b.phase_units[BLACK] >= 13) return BOTH_CAN_WIN;
-  u32 flags;
+  const u32 facts = material_facts(b);
+  u32 word;
   const u32 check = u32(b.mat_key >> 32);
   if (check == 0) {
     // A key whose check word is 0 (the bare kings have the key 0) would
-    // match every emptied entry and read its flags 3; it is judged directly
-    // instead, so that its evaluation does not depend on what the cache
-    // held before.
-    flags = win_chance(b);
+    // match every emptied entry; it is judged directly instead.
+    word = material_part(facts);
   } else {
     material_entry& e = material_cache()[b.mat_key & (MATERIAL_CACHE_SIZE - 1)];
-    if (e.check == check) {
-      flags = e.flags;
+    if (e.check == check && (e.flags >> FACTS_SHIFT) == facts) {
+      word = e.flags;
     } else {
-      flags = win_chance(b);
+      word = material_part(facts);
       e.check = check;
-      e.flags = flags;
+      e.flags = word | facts << FACTS_SHIFT;
     }
   }
+  u32 flags = position_part(b, word);
   if (bare_king_stalemate(b)) flags = 0;
   return flags;
 }

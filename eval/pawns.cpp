@@ -1,9 +1,7 @@
 // Pawn structure: square values, isolated, backward, weak, doubled, duo,
 // passed and candidate pawns, the king-shelter values, the file sets and
-// the outpost squares, cached per pawn key.
+// the outpost squares, cached per pawn structure.
 #include "eval/pawns.h"
-
-#include <cstdint>
 
 #include "eval/colour.h"
 #include "eval/tables.h"
@@ -115,11 +113,25 @@ int shelter_value(u64 own, u64 enemy, int king_file) {
   return sum < 15 ? sum : 15;
 }
 
-// The per-pawn part for colour C, from C's own point of view (positive is
-// good for C). Adds to the passed, isolated and weak sets.
+// The passed-pawn bonus of colour C's passers, from C's own point of view.
+// The bonus shrinks as the enemy's material grows towards a full set; each
+// passer's share is truncated toward zero on its own, as the exact fraction
+// would be.
 template <int C>
-int pawns_of(u64 own, u64 enemy, u64 all, u64 own_safe, int enemy_material, u64& passed,
-             u64& isolated, u64& weak) {
+int passed_bonus_of(u64 passed, int enemy_material) {
+  int s = 0;
+  while (passed) {
+    const int q = pop_lsb(passed);
+    s += (full_material - enemy_material) * passed_bonus<C>()[q >> 3] / full_material;
+  }
+  return s;
+}
+
+// The per-pawn part for colour C, from C's own point of view (positive is
+// good for C), without the passed-pawn bonus. Adds to the passed, isolated
+// and weak sets.
+template <int C>
+int pawns_of(u64 own, u64 enemy, u64 all, u64 own_safe, u64& passed, u64& isolated, u64& weak) {
   using S = colour<C>;
   int s = 0;
   u64 pawns = own;
@@ -159,11 +171,9 @@ int pawns_of(u64 own, u64 enemy, u64 all, u64 own_safe, int enemy_material, u64&
     if (has_neighbour && f < 7 && (own & sq_bit(q + 1))) s += duo_bonus<C>()[q];
 
     if (!(enemy & passed_mask[C][q]) && !(own & ray[S::north][q])) {
-      // Passed, and the most advanced own pawn of its file. The bonus
-      // shrinks as the enemy's material grows towards a full set; integer
-      // arithmetic truncates toward zero like the exact fraction would.
+      // Passed, and the most advanced own pawn of its file. Its bonus
+      // depends on the enemy's material and is added by passed_bonus_of.
       passed |= sq_bit(q);
-      s += (full_material - enemy_material) * passed_bonus<C>()[r] / full_material;
     } else if (has_neighbour && !(enemy & file_mask[f]) && !(pawn_attacks[S::us][q] & enemy)) {
       // Candidate: walk forward until the path is blocked or an enemy pawn
       // attacks the square; there the own safe squares diagonally behind
@@ -202,11 +212,12 @@ int compute_pawn_structure(u64 white_pawns, u64 black_pawns, int white_material,
 
   u64 passed_white = 0, passed_black = 0;
   u64 isolated_white = 0, isolated_black = 0, weak_white = 0, weak_black = 0;
-  const int white_sum = pawns_of<WHITE>(white_pawns, black_pawns, all, safe_white, black_material,
-                                        passed_white, isolated_white, weak_white);
-  const int black_sum = pawns_of<BLACK>(black_pawns, white_pawns, all, safe_black, white_material,
-                                        passed_black, isolated_black, weak_black);
-  const int s = white_sum - black_sum;
+  const int white_base =
+      pawns_of<WHITE>(white_pawns, black_pawns, all, safe_white, passed_white, isolated_white, weak_white);
+  const int black_base =
+      pawns_of<BLACK>(black_pawns, white_pawns, all, safe_black, passed_black, isolated_black, weak_black);
+  const int white_passers = passed_bonus_of<WHITE>(passed_white, black_material);
+  const int black_passers = passed_bonus_of<BLACK>(passed_black, white_material);
 
   for (int i = 0; i < 4; ++i) {
     out.shelter[i] = u8(shelter_value<WHITE>(white_pawns, black_pawns, shelter_king_file[i]));
@@ -218,14 +229,18 @@ int compute_pawn_structure(u64 white_pawns, u64 black_pawns, int white_material,
   out.black_outposts = (white_pawns & x) >> 8;
   out.white_outposts = (black_pawns & x) << 8;
 
-  out.score = i32(std::int16_t(s));
+  // The score without the passed-pawn bonus is small (under a hundred
+  // centipawns a pawn, so far within 16 bits) and is stored whole: a hit
+  // returns exactly what the miss returned.
+  out.white_pawns = white_pawns;
+  out.black_pawns = black_pawns;
+  out.score = white_base - black_base;
   out.open_files = open;
   out.no_white_files = no_white;
   out.no_black_files = no_black;
   out.spare0 = 0;
   out.white_passed = passed_white;
   out.black_passed = passed_black;
-  out.spare1 = 0;
 
   if (detail) {
     detail->safe[WHITE] = safe_white;
@@ -234,10 +249,16 @@ int compute_pawn_structure(u64 white_pawns, u64 black_pawns, int white_material,
     detail->isolated[BLACK] = isolated_black;
     detail->weak[WHITE] = weak_white;
     detail->weak[BLACK] = weak_black;
-    detail->score[WHITE] = white_sum;
-    detail->score[BLACK] = black_sum;
+    detail->score[WHITE] = white_base + white_passers;
+    detail->score[BLACK] = black_base + black_passers;
   }
-  return s;
+  return out.score + white_passers - black_passers;
+}
+
+int passed_pawn_bonus(const pawn_record& r, int white_material, int black_material) {
+  if (!(r.white_passed | r.black_passed)) return 0;
+  return passed_bonus_of<WHITE>(r.white_passed, black_material) -
+         passed_bonus_of<BLACK>(r.black_passed, white_material);
 }
 
 void allocate_pawn_tables() {
@@ -272,19 +293,14 @@ int pawn_structure(const board& b) {
     current_pawns = empty_pawn_record;
     return 0;
   }
+  // The key only picks the slot; the record must be the one of these very
+  // pawns. Nothing else of the position is in the record: its material
+  // enters through the passed-pawn bonus, added afresh at every call.
   pawn_record& entry = pawn_table(b.side)[b.pawn_key & PAWN_TABLE_MASK];
-  if (entry.key == b.pawn_key) {
-    current_pawns = entry;
-    return entry.score;
-  }
-  // The score returned on a miss is the full one; the stored copy is cut to
-  // 16 bits. They differ only beyond +-32767, which no position with a
-  // legal amount of material reaches.
-  const int s =
-      compute_pawn_structure(white_pawns, black_pawns, b.material[WHITE], b.material[BLACK], entry);
-  entry.key = b.pawn_key;
+  if (entry.white_pawns != white_pawns || entry.black_pawns != black_pawns)
+    compute_pawn_structure(white_pawns, black_pawns, b.material[WHITE], b.material[BLACK], entry);
   current_pawns = entry;
-  return s;
+  return entry.score + passed_pawn_bonus(entry, b.material[WHITE], b.material[BLACK]);
 }
 
 }  // namespace orvo::eval

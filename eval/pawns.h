@@ -10,9 +10,21 @@ enum Shelter : int { SHELTER_KINGSIDE = 0, SHELTER_QUEENSIDE = 1, SHELTER_E = 2,
 // The king file each shelter value is computed for: g, b, e, d.
 inline constexpr int shelter_king_file[4] = {6, 1, 4, 3};
 
+// One record of the pawn-structure tables. It holds only what follows from
+// the pawns themselves, so that a record can serve every position with the
+// same pawns:
+// - the record names its pawns exactly (both sets) instead of by the pawn
+//   key: the key picks the slot, and a lookup hits only when both sets are
+//   those of the position, so two pawn structures that happen to share a
+//   key can never read each other's record;
+// - the passed-pawn bonus is scaled by the opponent's material, which the
+//   pawns do not determine, so it is not part of the stored score: the
+//   lookup adds it from the passed sets and the position's material
+//   (passed_pawn_bonus), on a hit and on a miss alike.
 struct alignas(64) pawn_record {
-  u64 key;            // pawn_key of the position (the whole key is compared)
-  i32 score;          // the pawn score, truncated to 16 bits and sign-extended
+  u64 white_pawns;    // the pawns this record was computed for (both 0:
+  u64 black_pawns;    // an empty record, which no position with pawns reads)
+  i32 score;          // the pawn score without the passed-pawn bonus
   u8 shelter[8];      // White's g, b, e, d values, then Black's; each 0..15
   u8 open_files;      // bit f: no pawn at all on file f
   u8 no_white_files;  // bit f: no White pawn on file f
@@ -22,7 +34,6 @@ struct alignas(64) pawn_record {
   u64 black_passed;
   u64 white_outposts;  // squares in front of weak or isolated Black pawns
   u64 black_outposts;  // squares in front of weak or isolated White pawns
-  u64 spare1;
 };
 static_assert(sizeof(pawn_record) == 64, "a pawn record fills one 64-byte slot");
 
@@ -56,13 +67,20 @@ extern pawn_record current_pawns;
 // outposts, the shelter values of bare files); built with the tables.
 extern pawn_record empty_pawn_record;
 
-// Computes the term from the pawns and the two material sums, fills the
-// record (all fields but the key) and returns the score.
+// Computes the term from the pawns and the two material sums: fills the
+// record (all fields, the pawn sets included) and returns the full score,
+// the record's score plus passed_pawn_bonus.
 int compute_pawn_structure(u64 white_pawns, u64 black_pawns, int white_material,
                            int black_material, pawn_record& out, pawn_detail* detail = nullptr);
 
-// The term as the evaluation calls it: looked up in the pawn-structure table
-// of the side to move, computed and stored on a miss. Fills current_pawns.
+// The passed-pawn bonus of a record's passed sets (White-relative): each
+// passer's bonus by row, scaled by the opponent's material.
+int passed_pawn_bonus(const pawn_record& r, int white_material, int black_material);
+
+// The term as the evaluation calls it: the record looked up in the
+// pawn-structure table of the side to move (computed and stored on a miss),
+// its score plus the passed-pawn bonus for the position's material. Fills
+// current_pawns. The result never depends on what the tables held.
 int pawn_structure(const board& b);
 
 // The table for the given side to move (allocating both on first use).

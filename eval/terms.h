@@ -11,6 +11,9 @@ namespace orvo::eval {
 // Flag bits of the material-signature cache: which side can still win.
 constexpr u32 WHITE_CAN_WIN = 1, BLACK_CAN_WIN = 2, BOTH_CAN_WIN = 3;
 
+// An entry: the high 32 bits of the material key as its check word, and a
+// flag word whose bits 0-1 are the flags above; material.cpp describes the
+// other bits it keeps there.
 struct material_entry {
   u32 check;  // high 32 bits of the material key
   u32 flags;
@@ -25,13 +28,15 @@ void allocate_material_cache();
 // White material minus Black material, with the minor-piece-for-three-pawns
 // correction.
 int material_term(const board& b);
-// The flags the material-signature cache stores for this material.
+// The win-chance flags of this position, computed without the cache.
 u32 win_chance(const board& b);
 // True when the side to move has a lone king, the other king stands in its
 // near zone, and every square the lone king could move to is attacked.
 bool bare_king_stalemate(const board& b);
-// Step 1 of the driver: 3, or (both sides below 13 piece units) the cached
-// win-chance flags, 0 when the bare-king test answers yes.
+// Step 1 of the driver: 3, or (both sides below 13 piece units) the
+// win-chance flags, with their material part read from the cache; 0 when the
+// bare-king test answers yes. Always equal to what win_chance and the
+// bare-king test give, whatever the cache holds.
 u32 material_flags(const board& b);
 // The extra term of positions without pawns.
 int pawnless_term(const board& b);

@@ -32,12 +32,11 @@ inline board position(const char* fen_text) {
 // Full evaluation (no lazy exit) from the side to move's view.
 inline int full_eval(board& b) { return Evaluate(b, OPEN_ALPHA, OPEN_BETA); }
 
-// The pawn record of a position, computed without the cache (key set).
+// The pawn record of a position, computed without the cache.
 inline eval::pawn_record pawn_record_of(const board& b, eval::pawn_detail* detail = nullptr) {
   eval::pawn_record r{};
   eval::compute_pawn_structure(b.white[BB_PAWN], b.black[BB_PAWN], b.material[WHITE],
                                b.material[BLACK], r, detail);
-  r.key = b.pawn_key;
   return r;
 }
 

@@ -1,8 +1,6 @@
 // The pawn-structure term, its record and its cache.
 #include <gtest/gtest.h>
 
-#include <cstdint>
-
 #include "position/makemove.h"
 #include "position/movegen.h"
 #include "tests/eval/eval_test_util.h"
@@ -191,13 +189,25 @@ TEST_F(eval_pawns, SheltersNeverExceedFifteen) {
   }
 }
 
-TEST_F(eval_pawns, StoredScoreIsCutToSixteenBits) {
-  // An absurd enemy material makes the passed bonus huge; the record keeps
-  // the score's low 16 bits, sign-extended, and the call returns it whole.
+TEST_F(eval_pawns, StoredScoreLeavesOutThePassedBonus) {
+  // Eight White passers on the seventh rank: the record's score is the
+  // structure alone (8 x 40 square value, seven duos of 10, and each pawn
+  // backward on a file without Black pawns, -19: nothing behind them is in
+  // the safe set, which holds only b7 to h7 themselves), and the passed
+  // bonus (234 each against a bare king, 4075 - 0 of 4075) is added from the
+  // passed set. An absurd enemy material makes that bonus huge; the call
+  // returns it whole.
   pawn_record r{};
-  const int s = compute_pawn_structure(0x000000000000FF00ull, 0, 0, 1000000, r);
-  EXPECT_LT(s, -32768);
-  EXPECT_EQ(r.score, int(std::int16_t(s)));
+  const int s = compute_pawn_structure(0x000000000000FF00ull, 0, 0, 0, r);
+  EXPECT_EQ(r.score, 8 * 40 + 7 * 10 - 8 * 19);
+  EXPECT_EQ(r.white_passed, 0x000000000000FF00ull);
+  EXPECT_EQ(s, r.score + 8 * 234);
+  EXPECT_EQ(passed_pawn_bonus(r, 0, 0), 8 * 234);
+  const int absurd = compute_pawn_structure(0x000000000000FF00ull, 0, 0, 1000000, r);
+  EXPECT_LT(absurd, -32768);
+  EXPECT_EQ(r.score, 8 * 40 + 7 * 10 - 8 * 19);
+  EXPECT_EQ(absurd, r.score + passed_pawn_bonus(r, 0, 1000000));
+  EXPECT_EQ(passed_pawn_bonus(r, 0, 1000000), 8 * ((4075 - 1000000) * 234 / 4075));
 }
 
 TEST_F(eval_pawns, CacheHitCopiesTheRecord) {
@@ -205,18 +215,46 @@ TEST_F(eval_pawns, CacheHitCopiesTheRecord) {
   clear_pawn_tables();
   const int first = pawn_structure(b);
   const pawn_record& entry = pawn_table(b.side)[b.pawn_key & PAWN_TABLE_MASK];
-  EXPECT_EQ(entry.key, b.pawn_key);
-  EXPECT_EQ(entry.score, first);
+  EXPECT_EQ(entry.white_pawns, b.white[BB_PAWN]);
+  EXPECT_EQ(entry.black_pawns, b.black[BB_PAWN]);
+  EXPECT_EQ(entry.score, first);  // no passers
   current_pawns = pawn_record{};
   EXPECT_EQ(pawn_structure(b), first);
-  EXPECT_EQ(current_pawns.key, b.pawn_key);
+  EXPECT_EQ(current_pawns.white_pawns, b.white[BB_PAWN]);
   EXPECT_EQ(current_pawns.white_outposts, 1ull << D5);
   // The other side to move has a table of its own.
   board other = b;
   other.side = BLACK, other.xside = WHITE;
-  EXPECT_EQ(pawn_table(BLACK)[b.pawn_key & PAWN_TABLE_MASK].key, 0u);
+  EXPECT_EQ(pawn_table(BLACK)[b.pawn_key & PAWN_TABLE_MASK].white_pawns, 0u);
   EXPECT_EQ(pawn_structure(other), first);
-  EXPECT_EQ(pawn_table(BLACK)[b.pawn_key & PAWN_TABLE_MASK].key, b.pawn_key);
+  EXPECT_EQ(pawn_table(BLACK)[b.pawn_key & PAWN_TABLE_MASK].white_pawns, b.white[BB_PAWN]);
+}
+
+TEST_F(eval_pawns, RecordServesEveryMaterialWithTheSamePawns) {
+  // A lone White pawn on d2 (the hand-worked case: -10 square, -8 isolated,
+  // -4 half of it, +2 passed against a bare king). With a Black queen the
+  // passed bonus becomes trunc(3100 / 4075 x 2) = 1, whichever of the two
+  // positions filled the record first.
+  board bare = position("4k3/8/8/8/8/8/3P4/4K3 w - - 0 1");
+  board queen = position("3qk3/8/8/8/8/8/3P4/4K3 w - - 0 1");
+  ASSERT_EQ(bare.pawn_key, queen.pawn_key);
+  clear_pawn_tables();
+  EXPECT_EQ(pawn_structure(bare), -20);
+  EXPECT_EQ(pawn_structure(queen), -21);
+  clear_pawn_tables();
+  EXPECT_EQ(pawn_structure(queen), -21);
+  EXPECT_EQ(pawn_structure(bare), -20);
+}
+
+TEST_F(eval_pawns, RecordOfOtherPawnsInTheSlotIsNotRead) {
+  // A record planted in the slot of this pawn key, for other pawns, is
+  // recomputed rather than read, even if it were to carry the same key.
+  board b = position("4k3/8/8/8/8/8/3P4/4K3 w - - 0 1");
+  clear_pawn_tables();
+  pawn_record& slot = pawn_table(b.side)[b.pawn_key & PAWN_TABLE_MASK];
+  compute_pawn_structure(0x0000000000FF0000ull, 0, 0, 0, slot);
+  EXPECT_EQ(pawn_structure(b), -20);
+  EXPECT_EQ(slot.white_pawns, b.white[BB_PAWN]);
 }
 
 TEST_F(eval_pawns, NoPawnsGiveZeroAndTheEmptyRecord) {

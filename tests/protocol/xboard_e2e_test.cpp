@@ -156,3 +156,79 @@ TEST(XboardE2E, EvalPrintsTheScore) {
     if (l == "0") ++evals;
   EXPECT_EQ(evals, 2) << r.out;
 }
+
+TEST(XboardE2E, EvalPrintsExactScores) {
+  // Positions whose score follows from the evaluation rules by hand. "eval"
+  // uses an open window (no lazy exit) and the position's own castling
+  // rights as the root rights; "setboard" starts every position with the
+  // halfmove clock 0, so no fifty-move scaling applies.
+  struct Case {
+    const char* fen;
+    const char* score;
+  };
+  const Case cases[] = {
+      // The start position is symmetric between the colours: every term,
+      // the two castling terms (-13 and +13) included, cancels. 0.
+      {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1", "0"},
+      // Bare kings: neither side has pawns or more than a minor piece, so
+      // both win bits go (flags 0) and the final scaling gives 0.
+      {"4k3/8/8/8/8/8/8/4K3 w - - 0 1", "0"},
+      // KNK: White has no pawns and 3 piece units, Black nothing: flags 0,
+      // and White's material advantage scales to 0.
+      {"4k3/8/8/8/8/8/8/4KN2 w - - 0 1", "0"},
+      // A lone White pawn on d2 (Ke1, Ke8; endgame, no castling rights, so
+      // both kings count as castled on the e-file). Material 100. Pawn
+      // structure: square -10, isolated -8 and its half -4, passed
+      // 4075/4075 x 2 = 2: -20. Passed-pawn term 0 (the king on e1 stands
+      // behind the pawn), pawn race 0 (the king is not ahead of it). King
+      // safety: endgame table for queenside pawns, -20 for e1 and -20 for
+      // e8: 0. White's e-file shelter: d-file 3/2 = 1 (own pawn on its
+      // second rank, no enemy pawn), e and f empty 4 + 4: 9, remapped (no
+      // Black queen) to 6, T[6][0] = 42. Black's: d-file 1 (the empty-set
+      // advance addend) + 3 (no own pawn), e and f 4 + 4: 12, remapped to
+      // 8, T[8][0] = 56. 100 - 20 - 42 + 56 = 94; flags 1 keeps it.
+      {"4k3/8/8/8/8/8/3P4/4K3 w - - 0 1", "94"},
+      // KBNK without pawns: material 650 plus the dark-corner table at the
+      // Black king's a1, 100. Flags 1 (only White can win), positive score:
+      // nothing is divided. 750.
+      {"8/8/8/8/8/2K2N2/8/k4B2 w - - 0 1", "750"},
+      // KRK without pawns, kings a1 and c1 (distance 2): 500 + 15 x (3 - 2)
+      // + edge[a1] 100 = 615.
+      {"8/8/8/8/8/8/8/k1K4R w - - 0 1", "615"},
+      // KQK with the bare Black king on a8 to move and stalemated (Qb6,
+      // Kc7 in its zone): flags 0. Pawnless path: 975 + 15 x (3 - 2) +
+      // edge[a8] 100 = 1090, divided by 4 since White's bit is clear: 272,
+      // from Black's view -272.
+      {"k7/2K5/1Q6/8/8/8/8/8 b - - 0 1", "-272"},
+      // King and pawn against king, Ke6, Pe5, Ke8, White to move (endgame,
+      // no castling rights). Material 100. Pawn structure: square 16,
+      // isolated -8 and -4, passed 95: 99. Passed-pawn term 0 (the king is
+      // on the pawn's file, not beside it). Pawn race: the king is ahead of
+      // the pawn, nearer to it than the Black king (1 against 3), on the
+      // sixth rank: 525. King safety: kingside-pawns endgame table, e6 60
+      // and e8 -20: 80. White's e-file shelter: d and f empty 4 + 4, e-file
+      // 3/2 = 1 plus 1 + 1 (no own pawn on e2 nor e3): 11, remapped to 7,
+      // T[7][0] = 49. Black's: 4 + 4, e-file 1 + 3: 12, remapped to 8,
+      // T[8][0] = 56. 100 + 99 + 525 + 80 - 49 + 56 = 811; flags 1.
+      {"4k3/8/4K3/4P3/8/8/8/8 w - - 0 1", "811"},
+  };
+  std::string input = "xboard\n";
+  for (const Case& c : cases) input += std::string("setboard ") + c.fen + "\neval\n";
+  auto r = run_orvo(input + "quit\n");
+  ASSERT_FALSE(r.timed_out);
+  EXPECT_EQ(r.status, 0);
+  const std::string out = after_banner(r.out);
+  // The first setboard prints the start diagram, then its score.
+  std::string first = "\n";
+  first += kStartDiagram;
+  first += "0\n";
+  EXPECT_EQ(out.substr(0, first.size()), first);
+  // Each score is the line after a diagram; the diagrams hold no line of
+  // digits alone.
+  std::vector<std::string> scores;
+  for (const auto& l : split_lines(out))
+    if (!l.empty() && l.find_first_not_of("-0123456789") == std::string::npos) scores.push_back(l);
+  ASSERT_EQ(scores.size(), std::size(cases)) << out;
+  for (size_t i = 0; i < scores.size(); ++i) EXPECT_EQ(scores[i], cases[i].score) << cases[i].fen;
+  EXPECT_EQ(out.substr(out.size() - 17), "Orvo is leaving.\n");
+}
