@@ -262,11 +262,11 @@ int passed_pawn_bonus(const pawn_record& r, int white_material, int black_materi
 }
 
 void allocate_pawn_tables() {
+  // Only when no owner has supplied tables: the evaluation's own then serve.
   for (int side = 0; side < 2; ++side) {
-    if (!own_tables[side]) {
-      own_tables[side] = new pawn_record[PAWN_TABLE_SIZE]();
-    }
-    if (!tables[side]) tables[side] = own_tables[side];
+    if (tables[side]) continue;
+    if (!own_tables[side]) own_tables[side] = new pawn_record[PAWN_TABLE_SIZE]();
+    tables[side] = own_tables[side];
   }
 }
 

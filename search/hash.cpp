@@ -2,7 +2,6 @@
 
 #include <cstring>
 
-#include "eval/eval.h"
 
 namespace orvo {
 
@@ -11,6 +10,11 @@ hash tt;
 hash::~hash() {
   delete[] primary;
   delete[] secondary;
+  // Back to the evaluation's own tables if these are the ones in use.
+  if (eval_tables[WHITE] && eval::pawn_table(WHITE) == eval_tables[WHITE])
+    eval::attach_pawn_tables(nullptr, nullptr);
+  delete[] eval_tables[0];
+  delete[] eval_tables[1];
 }
 
 void hash::resize(int megabytes) {
@@ -29,9 +33,13 @@ void hash::resize(int megabytes) {
   delete[] secondary;
   primary_count = u32(p);
   secondary_count = u32(s);
-  eval_count = 32768;
+  // The pawn tables have a fixed size whatever the budget.
+  eval_count = u32(eval::PAWN_TABLE_SIZE);
   primary = new TTEntry[p];
   secondary = new TTEntry[s];
+  for (auto& t : eval_tables)
+    if (!t) t = new eval::pawn_record[eval::PAWN_TABLE_SIZE];
+  eval::attach_pawn_tables(eval_tables[BLACK], eval_tables[WHITE]);
   primary_mask = p - 1;
   secondary_mask = s - 1;
   allocate();
@@ -42,8 +50,8 @@ void hash::allocate() {
     std::memset(static_cast<void*>(primary), 0, sizeof(TTEntry) * primary_count);
     std::memset(static_cast<void*>(secondary), 0, sizeof(TTEntry) * secondary_count);
   }
-  eval_allocate_caches();
-  clear_pawn_tables();
+  for (auto* t : eval_tables)
+    if (t) std::memset(static_cast<void*>(t), 0, sizeof(eval::pawn_record) * eval::PAWN_TABLE_SIZE);
   age = 0;
 }
 

@@ -2,6 +2,7 @@
 // always-replace secondary table of 16-byte entries. The evaluation's two
 // pawn-structure tables are sized and cleared along with it.
 #pragma once
+#include "eval/pawns.h"
 #include "position/types.h"
 
 namespace orvo {
@@ -39,6 +40,8 @@ class hash {
   u32 primary_count = 0, secondary_count = 0, eval_count = 0;
   TTEntry* primary = nullptr;
   TTEntry* secondary = nullptr;
+  // The evaluation's pawn-structure tables, Black to move and White to move.
+  eval::pawn_record* eval_tables[2] = {nullptr, nullptr};
   u64 primary_mask = 0, secondary_mask = 0;
   u8 age = 0;
 };
