@@ -27,8 +27,11 @@ struct PawnDir {
   static u64 shift(u64 b, int by) { return by > 0 ? b << by : b >> -by; }
 };
 
+// A position of a game never has more moves than the list holds (218 at
+// most), but one set up from text can: a board full of queens has well over
+// 256. What does not fit is left out rather than written past the list.
 inline void add(MoveList& l, int from, int to, int cap, int promo, int piece) {
-  l.moves[l.count++] = encode_move(from, to, cap, promo, piece);
+  if (l.count < MAX_MOVES) l.moves[l.count++] = encode_move(from, to, cap, promo, piece);
 }
 
 template <int Piece>

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -147,4 +149,30 @@ TEST(Movegen, AttackersList) {
   EXPECT_EQ(list_attackers(b, PAWN, WHITE, sq("d2")), 0);
   EXPECT_EQ(list_attackers(b, 7, WHITE, sq("d2")), 0);
   EXPECT_EQ(list_attackers(b, KING, WHITE, sq("d2")), 1);
+}
+
+// A board set up from text can hold more pieces than a game ever has; these
+// 29 queens have 260 moves. The list holds 256: the rest are left out, and
+// nothing is written past the list (the fuzzer found the overrun).
+TEST(Movegen, MoreMovesThanTheListHoldsAreLeftOut) {
+  board b = from_fen("Q1QQQQQQ/Q6Q/3Q4/1Q4Q1/Q5Q1/Q5Q1/Q2QQ3/QQQ2QQQ w - - 0 1");
+  MoveList l;
+  l.count = -1;
+  std::fill(std::begin(l.scores), std::end(l.scores), 12345);
+  EXPECT_EQ(generate_captures(b, l), 0);
+  EXPECT_EQ(generate_quiets(b, l), MAX_MOVES);
+  EXPECT_EQ(l.count, MAX_MOVES);
+  // The scores beside the moves are untouched.
+  EXPECT_TRUE(std::all_of(std::begin(l.scores), std::end(l.scores), [](i32 s) { return s == 12345; }));
+  std::vector<Move> moves = moves_of(l);
+  std::sort(moves.begin(), moves.end());
+  EXPECT_EQ(std::adjacent_find(moves.begin(), moves.end()), moves.end());
+  for (Move m : moves) {
+    EXPECT_EQ(move_piece(m), QUEEN);
+    EXPECT_TRUE(is_generated(b, m));
+  }
+  // With captures as well the list is still full and no longer.
+  board c = from_fen("Q1QQQQQQ/Q6Q/3Q4/1Q4Q1/Q5Q1/Q5Q1/Q2QQ3/QQQnnQQQ w - - 0 1");
+  EXPECT_EQ(generate_all(c, l), MAX_MOVES);
+  EXPECT_EQ(move_captured(l.moves[0]), KNIGHT);
 }
