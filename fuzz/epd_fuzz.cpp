@@ -34,11 +34,12 @@ ORVO_FUZZ_TARGET_WITH_SETUP(epd) {
   limits.fixedDepth = true;
   limits.depthLimit = 1;
   c.poll_input = nullptr;
+  c.pos = board{};
   {
     QuietOutput quiet;
     epd_read(path.c_str());
     epd_run(c);
   }
-  check_board(c.pos);
+  check_game_board(c.pos);
   return 0;
 }

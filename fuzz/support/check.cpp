@@ -77,3 +77,11 @@ void check_board(const board& b) {
 }
 
 }  // namespace orvo::fuzz
+
+namespace orvo::fuzz {
+
+void check_game_board(const board& b) {
+  if (!(b == board{})) check_board(b);
+}
+
+}  // namespace orvo::fuzz

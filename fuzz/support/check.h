@@ -12,6 +12,11 @@ namespace orvo::fuzz {
 // follow captures only, on purpose).
 void check_board(const board& b);
 
+// check_board on a game board, except the empty board an engine object
+// holds before any position was set up (whose empty squares are not marked
+// with the empty colour).
+void check_game_board(const board& b);
+
 // a and b are the same position. With more than one king of a colour the
 // king square may differ: unmake puts it back on the square the moved king
 // came from, which is the one the game had only when there is one king.

@@ -25,7 +25,7 @@ namespace orvo::fuzz {
 
 namespace {
 
-constexpr int POLL_INTERVALS[4] = {10000, 1000, 100, 1};
+constexpr int POLL_INTERVALS[4] = {1000, 100, 10, 1};
 constexpr const char* DEEPEST_PERFT = "2";
 
 int poll_every = POLL_INTERVALS[0];
@@ -75,7 +75,7 @@ void run_protocol(const char* first_line, const uint8_t* data, size_t size) {
   run_front_end(sync, sizeof sync - 1, sync_line, nullptr);
   Run r{c.get(), first_line};
   run_front_end(data + 1, size - 1, enter_protocol, &r);
-  check_board(c->pos);
+  check_game_board(c->pos);
   ORVO_FUZZ_CHECK(c->pos.hist_ply >= 0);
 }
 

@@ -1,8 +1,9 @@
 // Runs one protocol on the fuzzer's bytes through the in-memory front end
 // (front_end.h), with a fresh engine object and fresh search state. The
-// first byte sets how often a search looks at its input (every 10000, 1000,
-// 100 or 1 nodes), so that commands reach searches at every stage; the
-// rest is what the front end sends.
+// first byte sets how often a search looks at its input (every 1000, 100,
+// 10 or 1 nodes instead of Orvo's 10000), so that commands reach searches
+// at every stage and every search stays short; the rest is what the front
+// end sends.
 //
 // Link with -Wl,--wrap=_ZN4orvo11resetSearchERNS_5chessE (the poll
 // interval) and -Wl,--wrap=_ZN4orvo13perft_commandERNS_5boardEPKc (perft
