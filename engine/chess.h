@@ -17,10 +17,6 @@ constexpr const char* ORVO_VERSION = "2.14a_x64";
 // line arrives in pieces.
 constexpr int XBOARD_LINE_SIZE = 256;
 
-// The protocols stop taking moves well before the key history could wrap
-// under the game plus a full-depth search line.
-constexpr int MAX_GAME_PLY = KEY_HISTORY_SIZE - 128;
-
 class chess {
  public:
   chess();

@@ -216,9 +216,6 @@ bool is_coordinate_move(const char* text) {
 
 Move apply_coordinate_move(chess& c, const char* text) {
   board& b = c.pos;
-  // The game history has room for the game plus a full search line only
-  // up to this ply.
-  if (b.hist_ply >= MAX_GAME_PLY) return 0;
   if (std::strlen(text) < 4) return 0;
   int promotion = 0;
   if (text[4]) {
@@ -241,7 +238,10 @@ Move apply_coordinate_move(chess& c, const char* text) {
   // move ("e2e5", a pawn reaching the last rank without a promotion letter)
   // is refused instead of being handed to make, which trusts it.
   if (!is_generated(b, m)) return 0;
-  if (!make(b, m, c.game_history[b.hist_ply])) return 0;
+  // The game history is a ring, like the key history: a move list of any
+  // length is played to its end (a game only looks back to its last
+  // capture or pawn move, well inside the ring).
+  if (!make(b, m, c.history_slot(b.hist_ply))) return 0;
   return m;
 }
 

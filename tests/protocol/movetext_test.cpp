@@ -7,6 +7,7 @@
 
 #include "engine/chess.h"
 #include "position/fen.h"
+#include "position/makemove.h"
 
 using namespace orvo;
 
@@ -112,14 +113,31 @@ TEST_F(MoveText, ApplyRefusesAMoveIntoCheck) {
   EXPECT_EQ(apply_coordinate_move(*c, "e1e2"), encode_move(E1, E2, ROOK, 0, KING));
 }
 
-TEST_F(MoveText, ApplyStopsAtTheEndOfTheGameHistory) {
+// The game history is a ring like the key history: a move list far longer
+// than either is played to its end, and the latest moves can be taken back.
+TEST_F(MoveText, ApplyGoesOnPastTheGameHistory) {
   setup(start_fen);
   const char* shuffle[4] = {"g1f3", "g8f6", "f3g1", "f6g8"};
+  constexpr int PLIES = 10000;
   int played = 0;
-  for (int i = 0; i < 2 * MAX_GAME_PLY; ++i)
+  for (int i = 0; i < PLIES; ++i)
     if (apply_coordinate_move(*c, shuffle[i % 4])) ++played;
-  EXPECT_EQ(played, MAX_GAME_PLY);
-  EXPECT_EQ(c->pos.hist_ply, MAX_GAME_PLY);
+  EXPECT_EQ(played, PLIES);
+  EXPECT_EQ(c->pos.hist_ply, PLIES);
+  EXPECT_EQ(c->pos.fifty, PLIES);
+  board start;
+  set_position(start, start_fen);
+  EXPECT_EQ(c->pos.key, start.key);
+  EXPECT_TRUE(apply_coordinate_move(*c, "e2e4"));
+  unmake(c->pos, c->history_slot(c->pos.hist_ply - 1));
+  unmake(c->pos, c->history_slot(c->pos.hist_ply - 1));
+  board after_f6g8 = start;
+  undo u;
+  ASSERT_TRUE(make(after_f6g8, encode_move(G1, F3, 0, 0, KNIGHT), u));
+  ASSERT_TRUE(make(after_f6g8, encode_move(G8, F6, 0, 0, KNIGHT), u));
+  ASSERT_TRUE(make(after_f6g8, encode_move(F3, G1, 0, 0, KNIGHT), u));
+  EXPECT_EQ(c->pos.key, after_f6g8.key);  // f6g8 taken back: the knight is on f6 again
+  EXPECT_EQ(c->pos.hist_ply, PLIES - 1);
 }
 
 // --- SAN ---------------------------------------------------------------

@@ -292,6 +292,40 @@ TEST_F(UciE2E, VeryLongLinesAreHarmless) {
   EXPECT_EQ(s.wait_exit(5), 0);
 }
 
+// Lines of any length: past 65,535 characters a line arrives in pieces, each
+// obeyed (or ignored) as a line of its own.
+TEST_F(UciE2E, LinesOfAnyLength) {
+  Session s(dir_);
+  ASSERT_NO_FATAL_FAILURE(start(s));
+  s.send(std::string(8 << 20, 'x'));
+  expect_alive(s);
+  s.send("go depth 1" + std::string(1 << 20, ' '));
+  EXPECT_TRUE(starts_with(s.wait_for("bestmove", 20), "bestmove "));
+  expect_alive(s);
+  s.send("quit");
+  EXPECT_EQ(s.wait_exit(5), 0);
+}
+
+// "position startpos moves" with 10,000 moves: every one is played (the game
+// history is a ring), and the engine then moves for the side to move.
+TEST_F(UciE2E, PositionWithTenThousandMoves) {
+  Session s(dir_);
+  ASSERT_NO_FATAL_FAILURE(start(s));
+  std::string moves;
+  for (int i = 0; i < 2500; ++i) moves += " g1f3 g8f6 f3g1 f6g8";
+  s.send("position startpos moves" + moves);
+  s.send("go depth 2");
+  std::string best = s.wait_for("bestmove", 20);
+  ASSERT_TRUE(starts_with(best, "bestmove ")) << best;
+  EXPECT_TRUE(best[10] == '1' || best[10] == '2') << best;  // White to move
+  s.send("position startpos moves" + moves + " e2e4");
+  s.send("go depth 2");
+  best = s.wait_for("bestmove", 20);
+  ASSERT_TRUE(starts_with(best, "bestmove ")) << best;
+  EXPECT_TRUE(best[10] == '7' || best[10] == '8') << best;  // Black to move after the 10,001st
+  expect_alive(s);
+}
+
 TEST_F(UciE2E, UnknownCommandsGetNoReply) {
   Session s(dir_);
   ASSERT_NO_FATAL_FAILURE(start(s));

@@ -506,12 +506,14 @@ TEST_F(Uci, PositionIsMatchedByPrefix) {
   EXPECT_EQ(fen(), "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1");
 }
 
+// Every move is played, however long the game: the history is a ring.
 TEST_F(Uci, PositionWithAVeryLongMoveList) {
   std::string line = "position startpos moves";
-  while (line.size() < 70000) line += " g1f3 g8f6 f3g1 f6g8";
-  run(line);
-  EXPECT_EQ(c->pos.hist_ply, MAX_GAME_PLY);
-  EXPECT_EQ(fen().substr(0, 52), "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -");
+  int moves = 0;
+  for (; line.size() < 70000; moves += 4) line += " g1f3 g8f6 f3g1 f6g8";
+  run(line + " e2e4");
+  EXPECT_EQ(c->pos.hist_ply, moves + 1);
+  EXPECT_EQ(fen().substr(0, 54), "rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq -");
 }
 
 // --- the words of go ------------------------------------------------------------

@@ -310,6 +310,22 @@ TEST(XboardE2E, LineOfExactly255CharactersDoesNotEndTheLoop) {
   EXPECT_NE(r.out.find("Orvo is leaving.\n"), std::string::npos);
 }
 
+// Lines of any length: a line arrives in pieces of 255 characters, each
+// obeyed as a line of its own; neither a piece of blanks nor the newline
+// that comes as a piece of its own (a length that is a multiple of 255) is
+// taken for the empty line that ends the loop.
+TEST(XboardE2E, LinesOfAnyLength) {
+  const std::string input = "xboard\n" + std::string(255 * 32768, 'x') + "\nping 1\nping 2" +
+                            std::string(1 << 20, ' ') + "\nnew\nforce\nusermove e2e4" +
+                            std::string(255 * 4096 - 13, '\t') + "\nfen\nquit\n";
+  auto r = run_orvo(input, 120);
+  ASSERT_FALSE(r.timed_out);
+  EXPECT_EQ(r.status, 0);
+  EXPECT_NE(r.out.find("pong 1\npong 2\n"), std::string::npos);
+  EXPECT_NE(r.out.find("\nrnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq - 0 1\n"), std::string::npos);
+  EXPECT_NE(r.out.find("Orvo is leaving.\n"), std::string::npos);
+}
+
 // A game far past the key history's size: the history is a ring, so a long
 // game neither overruns it nor stops taking moves.
 TEST(XboardE2E, GameLongerThanTheHistory) {
