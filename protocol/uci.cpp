@@ -255,6 +255,11 @@ bool uci_set_limits(chess& c, const char* line) {
     const size_t n = std::strlen(keyword);
     return size_t(len) >= n && std::strncmp(word, keyword, n) == 0;
   };
+  // Not in the original design: a clock or move time below zero (a manager
+  // that lets an engine overstep its time by a margin reports what is left
+  // of it) is an empty clock, and the engine moves at once. Taken as it is,
+  // it would be no limit at all, and the search would run until "stop".
+  const auto clock = [](int ms) { return (ms < 0 ? 0 : ms) / 1000.0; };
   while (words.next(word, len)) {
     int v;
     if (is("binc")) {
@@ -262,9 +267,9 @@ bool uci_set_limits(chess& c, const char* line) {
     } else if (is("winc")) {
       if (words.value(v)) winc = v / 1000.0;
     } else if (is("btime")) {
-      if (words.value(v)) btime = v / 1000.0;
+      if (words.value(v)) btime = clock(v);
     } else if (is("wtime")) {
-      if (words.value(v)) wtime = v / 1000.0;
+      if (words.value(v)) wtime = clock(v);
     } else if (is("depth")) {
       if (words.value(v)) depth = v;
     } else if (is("infinite")) {
@@ -274,7 +279,7 @@ bool uci_set_limits(chess& c, const char* line) {
     } else if (is("movestogo")) {
       if (words.value(v)) movestogo = v;
     } else if (is("movetime")) {
-      if (words.value(v)) movetime = v / 1000.0;
+      if (words.value(v)) movetime = clock(v);
     } else if (is("nodes")) {
       words.value(v);  // read and ignored
     } else if (is("ponder")) {

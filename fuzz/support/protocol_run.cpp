@@ -9,6 +9,7 @@
 #include "fuzz/support/check.h"
 #include "fuzz/support/front_end.h"
 #include "fuzz/support/sandbox.h"
+#include "fuzz/support/wraps.h"
 #include "position/board.h"
 #include "protocol/uci.h"
 #include "protocol/xboard.h"
@@ -16,19 +17,11 @@
 #include "search/internal.h"
 #include "search/search.h"
 
-extern "C" {
-void __real__ZN4orvo11resetSearchERNS_5chessE(orvo::chess& c);
-void __real__ZN4orvo13perft_commandERNS_5boardEPKc(orvo::board& b, const char* arg);
-}
-
 namespace orvo::fuzz {
 
 namespace {
 
 constexpr int POLL_INTERVALS[4] = {1000, 100, 10, 1};
-constexpr const char* DEEPEST_PERFT = "2";
-
-int poll_every = POLL_INTERVALS[0];
 
 struct Run {
   chess* c;
@@ -67,7 +60,7 @@ void set_up_protocols() {
 void run_protocol(const char* first_line, const uint8_t* data, size_t size) {
   set_up_protocols();
   if (size == 0) return;
-  poll_every = POLL_INTERVALS[data[0] & 3];
+  search_poll_interval = POLL_INTERVALS[data[0] & 3];
   reset_engine_globals();
   auto c = std::make_unique<chess>();
   QuietOutput quiet;
@@ -80,18 +73,3 @@ void run_protocol(const char* first_line, const uint8_t* data, size_t size) {
 }
 
 }  // namespace orvo::fuzz
-
-extern "C" {
-
-void __wrap__ZN4orvo11resetSearchERNS_5chessE(orvo::chess& c) {
-  __real__ZN4orvo11resetSearchERNS_5chessE(c);
-  orvo::poll_countdown = orvo::poll_interval = orvo::fuzz::poll_every;
-}
-
-void __wrap__ZN4orvo13perft_commandERNS_5boardEPKc(orvo::board& b, const char* arg) {
-  const int depth = std::atoi(arg);
-  __real__ZN4orvo13perft_commandERNS_5boardEPKc(
-      b, depth > std::atoi(orvo::fuzz::DEEPEST_PERFT) ? orvo::fuzz::DEEPEST_PERFT : arg);
-}
-
-}  // extern "C"

@@ -5,9 +5,7 @@
 // at every stage and every search stays short; the rest is what the front
 // end sends.
 //
-// Link with -Wl,--wrap=_ZN4orvo11resetSearchERNS_5chessE (the poll
-// interval) and -Wl,--wrap=_ZN4orvo13perft_commandERNS_5boardEPKc (perft
-// at most 2 plies deep, so that a run stays short), besides front_end.h's.
+// Link with wraps.cpp and its wraps, besides front_end.h's.
 #pragma once
 #include <cstddef>
 #include <cstdint>

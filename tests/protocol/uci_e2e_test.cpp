@@ -247,7 +247,9 @@ TEST_F(UciE2E, GoWithMissingOrHugeValues) {
         "go wtime 99999999999 btime 99999999999 depth 2", "go mate 999999999999 movetime 300",
         "go depth 999999999 movetime 300", "go winc 99999999999 wtime 1000 btime 1000",
         "go movestogo 99999999999 wtime 1000 btime 1000", "go wtime -5 btime -5 depth 1",
-        "go nodes searchmoves depth 2", "go depth -3 movetime 200", "go mate 0 movetime 200"}) {
+        "go nodes searchmoves depth 2", "go depth -3 movetime 200", "go mate 0 movetime 200",
+        // A clock below zero is an empty clock: a move at once, not a search without end.
+        "go wtime -50 btime -50", "go movetime -1", "go wtime -2147483648 btime 0 winc -9 binc -9"}) {
     s.send(line);
     EXPECT_TRUE(starts_with(s.wait_for("bestmove", 10), "bestmove ")) << line;
   }

@@ -1,6 +1,7 @@
 // The limits that "go" computes, with the real search's time allocation.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <memory>
 
 #include "engine/chess.h"
@@ -103,4 +104,42 @@ TEST_F(UciLimits, EachGoStartsFromNothing) {
   EXPECT_FALSE(limits.timed);
   EXPECT_FALSE(limits.fixedDepth);
   EXPECT_FALSE(limits.infinite);
+}
+
+// A clock below zero (a manager's time margin lets an engine overstep) is an
+// empty clock: the engine moves after its first iteration rather than
+// searching without any limit.
+TEST_F(UciLimits, NegativeClockIsAnEmptyClock) {
+  go("go wtime -250 btime 60000");
+  EXPECT_TRUE(limits.timed);
+  EXPECT_NEAR(limits.targetTime, 0.0, EPS);
+  EXPECT_NEAR(limits.hardLimit, 0.0, EPS);
+  go("go wtime -2147483648 btime -2147483648 winc -5 binc -5");
+  EXPECT_TRUE(limits.timed);
+  EXPECT_NEAR(limits.hardLimit, 0.0, EPS);
+  go("go movetime -1");
+  EXPECT_TRUE(limits.timed);
+  EXPECT_NEAR(limits.hardLimit, 0.0, EPS);
+  EXPECT_NEAR(limits.targetTime, 0.0, EPS);
+}
+
+// Every field absurd or without its value: the limits stay finite numbers.
+TEST_F(UciLimits, AbsurdFields) {
+  go("go wtime 99999999999999 btime 99999999999999 winc 99999999999 binc 99999999999 movestogo 99999999999");
+  EXPECT_TRUE(limits.timed);
+  EXPECT_TRUE(std::isfinite(limits.targetTime) && limits.targetTime >= 0);
+  EXPECT_TRUE(std::isfinite(limits.hardLimit) && limits.hardLimit >= limits.targetTime);
+  go("go movestogo -7 wtime 60000");
+  EXPECT_NEAR(limits.targetTime, 56.0 / 30.0, EPS);  // below 1: 30 moves
+  go("go mate 2147483647");
+  EXPECT_TRUE(limits.fixedDepth);
+  EXPECT_GT(limits.depthLimit, 0);
+  go("go depth -5 mate -5");
+  EXPECT_FALSE(limits.fixedDepth);
+  for (const char* line : {"go wtime", "go depth", "go movetime", "go movestogo", "go binc", "go nodes",
+                           "go searchmoves", "go ponder", "gowtime 5", "go wtime x btime y"}) {
+    go(line);
+    EXPECT_FALSE(limits.fixedDepth) << line;
+    EXPECT_TRUE(std::isfinite(limits.targetTime) && std::isfinite(limits.hardLimit)) << line;
+  }
 }

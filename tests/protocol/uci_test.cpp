@@ -603,8 +603,11 @@ TEST_F(Uci, GoMovesToGoAndIncrementDefaults) {
   uci_set_limits(*c, "go wtime 0");  // no time left is still a clock
   EXPECT_TRUE(limits.timed);
   EXPECT_DOUBLE_EQ(fake::calls.alloc_time, 0.0);
+  // Below zero is an empty clock too (not the absence of one, which would
+  // let the search run without any limit).
   uci_set_limits(*c, "go wtime -1");
-  EXPECT_FALSE(limits.timed);
+  EXPECT_TRUE(limits.timed);
+  EXPECT_DOUBLE_EQ(fake::calls.alloc_time, 0.0);
 }
 
 TEST_F(Uci, GoPonderOptionStretchesTheTime) {
