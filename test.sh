@@ -7,6 +7,10 @@
 #   ORVO_LONG_TESTS=1       adds the deep perft runs
 #   ORVO_FRONTEND_GAMES=N   plays N games in every front-end configuration
 #                           (default: a quick set of a few games)
+#   ORVO_SOAK=1             adds the long soak under cutechess-cli and xboard
+#                           (ORVO_SOAK_GAMES games in all, default 1000)
+#   ORVO_FUZZ_SECONDS=N     seconds per fuzz target (default 60)
+#   ORVO_FUZZ_LONG=1        10,000,000 executions per fuzz target instead
 set -euo pipefail
 cd "$(dirname "$0")"
 source ./scripts/packages.sh
@@ -31,9 +35,16 @@ echo "== front end: cutechess-cli, xboard and UCI, against fairymax and phalanx"
 ./tests/gui/cutechess_games.sh "$orvo" $games </dev/null
 echo "== front end: a game against fairymax from a book Orvo builds itself with create"
 ./tests/book/gui_book_game.sh "$orvo" </dev/null
+if [ "${ORVO_SOAK:-0}" = 1 ]; then
+  echo "== soak: ${ORVO_SOAK_GAMES:-1000} games at 2+0.02 under cutechess-cli and xboard"
+  ./tests/gui/soak.sh "$orvo" "${ORVO_SOAK_GAMES:-1000}" </dev/null
+fi
 
 echo "== sanitizer build (ASan + UBSan)"
 cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DORVO_SANITIZE=ON -DORVO_BENCH=OFF
 cmake --build build-asan -j"$jobs"
 (cd build-asan && ASAN_OPTIONS=detect_leaks=0 UBSAN_OPTIONS=print_stacktrace=1 \
    ctest --output-on-failure -j"$jobs")
+
+echo "== fuzzing (clang, libFuzzer, ASan + UBSan): every target in turn"
+./fuzz/run_fuzzers.sh </dev/null
