@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
 # Builds Orvo and runs every test: the release build with its unit and
 # end-to-end tests, games and an analysis under real front ends (the xboard
-# GUI and cutechess-cli), then the same tests under AddressSanitizer and
+# GUI and cutechess-cli), the installation (cmake --install into a scratch
+# prefix, the .deb) with bitbase games of the installed engine under
+# cutechess-cli, then the same tests under AddressSanitizer and
 # UndefinedBehaviorSanitizer. Installs missing packages with apt-get.
 #
-#   ORVO_LONG_TESTS=1       adds the deep perft runs
+#   ORVO_LONG_TESTS=1       adds the deep perft runs and sixty bitbase games
 #   ORVO_FRONTEND_GAMES=N   plays N games in every front-end configuration
 #                           (default: a quick set of a few games)
 #   ORVO_SOAK=1             adds the long soak under cutechess-cli and xboard
@@ -15,6 +17,8 @@ set -euo pipefail
 cd "$(dirname "$0")"
 source ./scripts/packages.sh
 need_packages g++ cmake make libgtest-dev libgmock-dev python3
+# The bitbase library and its tables; the .deb; the bitbase games.
+need_packages libgaviotatb-dev gaviotatb dpkg-dev file fairymax libqt5core5a
 
 jobs=$(nproc 2>/dev/null || echo 2)
 games=${ORVO_FRONTEND_GAMES:-}
@@ -39,6 +43,9 @@ if [ "${ORVO_SOAK:-0}" = 1 ]; then
   echo "== soak: ${ORVO_SOAK_GAMES:-1000} games at 2+0.02 under cutechess-cli and xboard"
   ./tests/gui/soak.sh "$orvo" "${ORVO_SOAK_GAMES:-1000}" </dev/null
 fi
+
+echo "== installation, and bitbase games of the installed engine under cutechess-cli"
+./tests/install/check_install.sh build </dev/null
 
 echo "== sanitizer build (ASan + UBSan)"
 cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DORVO_SANITIZE=ON -DORVO_BENCH=OFF

@@ -31,23 +31,6 @@ bool is_upper(char c) { return c >= 'A' && c <= 'Z'; }
 bool is_letter(char c) { return is_lower(c) || is_upper(c); }
 bool is_space(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f'; }
 
-// Promotion piece of a letter in either case, 0 for any other character.
-int promotion_of(char c) {
-  switch (c) {
-    case 'n': case 'N': return KNIGHT;
-    case 'b': case 'B': return BISHOP;
-    case 'r': case 'R': return ROOK;
-    case 'q': case 'Q': return QUEEN;
-    default: return 0;
-  }
-}
-
-// Reads a square name at p; false unless it is a8..h1.
-bool read_square(const char* p, int& sq) {
-  if (!is_file(p[0]) || !is_rank(p[1])) return false;
-  sq = square_of(p[0] - 'a', p[1] - '0');
-  return true;
-}
 
 // A generated move that make accepts; the board comes back unchanged.
 bool is_legal(board& b, Move m) {
@@ -191,6 +174,22 @@ Move parse_piece_san(board& b, const char* text) {
 }
 
 }  // namespace
+
+int promotion_of(char c) {
+  switch (c) {
+    case 'n': case 'N': return KNIGHT;
+    case 'b': case 'B': return BISHOP;
+    case 'r': case 'R': return ROOK;
+    case 'q': case 'Q': return QUEEN;
+    default: return 0;
+  }
+}
+
+bool read_square(const char* p, int& sq) {
+  if (!is_file(p[0]) || !is_rank(p[1])) return false;
+  sq = square_of(p[0] - 'a', p[1] - '0');
+  return true;
+}
 
 void move_to_text(Move m, char* out) {
   static const char promotion_letter[7] = {0, 0, 'n', 'b', 'r', 'q', 0};

@@ -12,6 +12,12 @@ class chess;
 // ("n", "b", "r", "q"). out must hold 6 characters. Move 0 is "a8a8".
 void move_to_text(Move m, char* out);
 
+// The promotion piece of a letter in either case ("n", "b", "r", "q"), 0
+// for any other character.
+int promotion_of(char letter);
+// Reads a square name at p; false unless it is a8..h1.
+bool read_square(const char* p, int& sq);
+
 // True for 4 or 5 characters: file, rank, file, rank and an optional
 // promotion letter q/r/b/n in either case.
 bool is_coordinate_move(const char* text);

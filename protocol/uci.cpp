@@ -181,112 +181,164 @@ void uci_handle_line(chess& c) {
   uci_execute(c, line);
 }
 
-void uci_execute(chess& c, char* line) {
-  if (std::strcmp(line, "isready") == 0) {
-    if (!busy(c)) uci_engine_init(c);
-    // Answered at once, also while a search runs.
-    out("readyok\n");
-    return;
-  }
-  // Matched by prefix: any line that starts with "go".
-  if (std::strncmp(line, "go", 2) == 0) {
-    if (busy(c)) return;
-    uci_engine_init(c);
-    uci_go(c, line);
-    return;
-  }
-  if (std::strcmp(line, "ponderhit") == 0) {
-    if (c.searching) {
-      // The search goes on under the time limits that came with "go ponder".
-      limits.infinite = false;
-      c.ponder_search = 0;
-    } else if (c.force_mode) {
-      uci_send_bestmove(c);
-      c.force_mode = 0;
-    }
-    return;
-  }
-  if (std::strncmp(line, "position", 8) == 0) {
-    if (!busy(c)) uci_position(c, line);
-    return;
-  }
-  if (std::strcmp(line, "quit") == 0) std::exit(0);
-  if (std::strncmp(line, "setoption", 9) == 0) {
-    if (busy(c)) return;
-    char* name = std::strstr(line, "name ");
-    char* value = std::strstr(line, "value ");
-    // Options without a value (buttons) can therefore not be set.
-    if (!name || !value || value < name) return;
-    value[-1] = 0;
-    option_set(name + 5, value + 6);  // an unknown name is ignored
-    return;
-  }
-  if (std::strcmp(line, "stop") == 0) {
-    if (c.searching) {
-      state.stop_command = true;
-      c.ponder_search = 0;  // the move goes out as soon as the search unwinds
-    } else if (c.force_mode) {
-      uci_send_bestmove(c);
-      c.force_mode = 0;
-    }
-    return;
-  }
-  if (std::strcmp(line, "ucinewgame") == 0) {
-    if (!busy(c) && engine_ready) {
-      tt_clear();
-      c.book_failures = 0;
-    }
-    return;
-  }
-  // Anything else, "uci", "debug" and "register" included, is ignored.
+namespace {
+
+void cmd_isready(chess& c, char*) {
+  if (!busy(c)) uci_engine_init(c);
+  // Answered at once, also while a search runs.
+  out("readyok\n");
 }
 
-bool uci_set_limits(chess& c, const char* line) {
+void cmd_go(chess& c, char* line) {
+  if (busy(c)) return;
+  uci_engine_init(c);
+  uci_go(c, line);
+}
+
+void cmd_ponderhit(chess& c, char*) {
+  if (c.searching) {
+    // The search goes on under the time limits that came with "go ponder".
+    limits.infinite = false;
+    c.ponder_search = 0;
+  } else if (c.force_mode) {
+    uci_send_bestmove(c);
+    c.force_mode = 0;
+  }
+}
+
+void cmd_position(chess& c, char* line) {
+  if (!busy(c)) uci_position(c, line);
+}
+
+void cmd_quit(chess&, char*) { std::exit(0); }
+
+void cmd_setoption(chess& c, char* line) {
+  if (busy(c)) return;
+  char* name = std::strstr(line, "name ");
+  char* value = std::strstr(line, "value ");
+  // Options without a value (buttons) can therefore not be set.
+  if (!name || !value || value < name) return;
+  value[-1] = 0;
+  option_set(name + 5, value + 6);  // an unknown name is ignored
+}
+
+void cmd_stop(chess& c, char*) {
+  if (c.searching) {
+    state.stop_command = true;
+    c.ponder_search = 0;  // the move goes out as soon as the search unwinds
+  } else if (c.force_mode) {
+    uci_send_bestmove(c);
+    c.force_mode = 0;
+  }
+}
+
+void cmd_ucinewgame(chess& c, char*) {
+  if (!busy(c) && engine_ready) {
+    tt_clear();
+    c.book_failures = 0;
+  }
+}
+
+struct UciCommand {
+  const char* name;
+  bool prefix;  // the line only has to begin with the name
+  void (*run)(chess&, char* line);
+};
+
+// Tried in this order. Anything else, "uci", "debug" and "register"
+// included, is ignored.
+const UciCommand uci_commands[] = {
+    {"isready", false, cmd_isready},
+    {"go", true, cmd_go},
+    {"ponderhit", false, cmd_ponderhit},
+    {"position", true, cmd_position},
+    {"quit", false, cmd_quit},
+    {"setoption", true, cmd_setoption},
+    {"stop", false, cmd_stop},
+    {"ucinewgame", false, cmd_ucinewgame},
+};
+
+// The values a "go" line gives; times in seconds, -1 (or false) when the
+// word is missing.
+struct GoWords {
   double wtime = -1.0, btime = -1.0, winc = -1.0, binc = -1.0, movetime = -1.0;
   int depth = -1, mate = -1, movestogo = -1;
   bool infinite = false, ponder = false;
+};
 
+constexpr double MILLISECONDS = 1000.0;
+
+struct GoWord {
+  const char* keyword;  // matched by this prefix
+  double GoWords::*seconds;  // a time in milliseconds, stored in seconds
+  int GoWords::*count;       // a number
+  bool GoWords::*flag;       // a word without a value
+  bool clock;                // a time left (or to use): below zero is zero
+};
+
+// Tried in this order. "nodes" reads its value and ignores it;
+// "searchmoves" and its moves, like any other word, change nothing.
+const GoWord go_words[] = {
+    {"binc", &GoWords::binc, nullptr, nullptr, false},
+    {"winc", &GoWords::winc, nullptr, nullptr, false},
+    {"btime", &GoWords::btime, nullptr, nullptr, true},
+    {"wtime", &GoWords::wtime, nullptr, nullptr, true},
+    {"depth", nullptr, &GoWords::depth, nullptr, false},
+    {"infinite", nullptr, nullptr, &GoWords::infinite, false},
+    {"mate", nullptr, &GoWords::mate, nullptr, false},
+    {"movestogo", nullptr, &GoWords::movestogo, nullptr, false},
+    {"movetime", &GoWords::movetime, nullptr, nullptr, true},
+    {"nodes", nullptr, nullptr, nullptr, false},
+    {"ponder", nullptr, nullptr, &GoWords::ponder, false},
+};
+
+GoWords read_go_words(const char* line) {
+  GoWords g;
   WordReader words{line};
   const char* word;
   int len;
   words.next(word, len);  // "go"
-  // Each keyword is matched by a prefix of fixed length, in this order.
-  const auto is = [&](const char* keyword) {
-    const size_t n = std::strlen(keyword);
-    return size_t(len) >= n && std::strncmp(word, keyword, n) == 0;
-  };
-  // Not in the original design: a clock or move time below zero (a manager
-  // that lets an engine overstep its time by a margin reports what is left
-  // of it) is an empty clock, and the engine moves at once. Taken as it is,
-  // it would be no limit at all, and the search would run until "stop".
-  const auto clock = [](int ms) { return (ms < 0 ? 0 : ms) / 1000.0; };
   while (words.next(word, len)) {
-    int v;
-    if (is("binc")) {
-      if (words.value(v)) binc = v / 1000.0;
-    } else if (is("winc")) {
-      if (words.value(v)) winc = v / 1000.0;
-    } else if (is("btime")) {
-      if (words.value(v)) btime = clock(v);
-    } else if (is("wtime")) {
-      if (words.value(v)) wtime = clock(v);
-    } else if (is("depth")) {
-      if (words.value(v)) depth = v;
-    } else if (is("infinite")) {
-      infinite = true;
-    } else if (is("mate")) {
-      if (words.value(v)) mate = v;
-    } else if (is("movestogo")) {
-      if (words.value(v)) movestogo = v;
-    } else if (is("movetime")) {
-      if (words.value(v)) movetime = clock(v);
-    } else if (is("nodes")) {
-      words.value(v);  // read and ignored
-    } else if (is("ponder")) {
-      ponder = true;
+    for (const GoWord& w : go_words) {
+      const size_t n = std::strlen(w.keyword);
+      if (size_t(len) < n || std::strncmp(word, w.keyword, n) != 0) continue;
+      int v;
+      if (w.flag) {
+        g.*w.flag = true;
+      } else if (words.value(v)) {  // a missing value leaves the setting
+        // Not in the original design: a clock or move time below zero (a
+        // manager that lets an engine overstep its time by a margin reports
+        // what is left of it) is an empty clock, and the engine moves at
+        // once. Taken as it is, it would be no limit at all, and the search
+        // would run until "stop".
+        if (w.clock && v < 0) v = 0;
+        if (w.seconds) g.*w.seconds = v / MILLISECONDS;
+        if (w.count) g.*w.count = v;
+      }
+      break;
     }
-    // "searchmoves" and its moves, like any other word, change nothing.
   }
+  return g;
+}
+
+}  // namespace
+
+void uci_execute(chess& c, char* line) {
+  for (const UciCommand& cmd : uci_commands) {
+    const size_t n = std::strlen(cmd.name);
+    const bool match = cmd.prefix ? std::strncmp(line, cmd.name, n) == 0 : std::strcmp(line, cmd.name) == 0;
+    if (match) {
+      cmd.run(c, line);
+      return;
+    }
+  }
+}
+
+bool uci_set_limits(chess& c, const char* line) {
+  const GoWords g = read_go_words(line);
+  const double wtime = g.wtime, btime = g.btime, winc = g.winc, binc = g.binc, movetime = g.movetime;
+  const int depth = g.depth, mate = g.mate, movestogo = g.movestogo;
+  const bool infinite = g.infinite, ponder = g.ponder;
 
   resetSearch(c);  // in UCI mode this clears every limit
   if (depth >= 0) {

@@ -30,29 +30,18 @@ u64 analysed_key = 0;
 int analysed_ply = -1;
 bool analysis_complete = false;
 
-// resetSearch with every limit cleared, as a new game or position wants;
-// the xboard side otherwise keeps its limits from move to move.
-void reset_all_limits(chess& c) {
+// A new position: the one-time set-up if not done yet, a clear table, and
+// resetSearch with every limit cleared (as in UCI mode), as a new game or a
+// set-up position wants; the xboard side otherwise keeps its limits from
+// move to move.
+void start_position(chess& c, const char* fen_text) {
+  xboard_init(c);
+  set_position(c.pos, fen_text);
+  tt_clear();
   const u8 uci = c.uci_mode;
   c.uci_mode = 1;
   resetSearch(c);
   c.uci_mode = uci;
-}
-
-int promotion_of(char letter) {
-  switch (letter) {
-    case 'n': case 'N': return KNIGHT;
-    case 'b': case 'B': return BISHOP;
-    case 'r': case 'R': return ROOK;
-    case 'q': case 'Q': return QUEEN;
-    default: return 0;
-  }
-}
-
-bool square_at(const char* p, int& sq) {
-  if (p[0] < 'a' || p[0] > 'h' || p[1] < '1' || p[1] > '8') return false;
-  sq = square_of(p[0] - 'a', p[1] - '0');
-  return true;
 }
 
 // A move given as coordinate text, matched against the generated moves and
@@ -69,7 +58,7 @@ bool play_text_move(chess& c, const char* text) {
     }
   }
   int from, to;
-  if (!square_at(text, from) || !square_at(text + 2, to)) return false;  // silently
+  if (!read_square(text, from) || !read_square(text + 2, to)) return false;  // silently
   MoveList list;
   const int n = generate_all(b, list);
   for (int i = 0; i < n; ++i) {
@@ -114,10 +103,7 @@ void run_analysis(chess& c) {
 }  // namespace
 
 void cmd_new(chess& c, Tokens&) {
-  xboard_init(c);
-  set_position(c.pos, start_fen);
-  tt_clear();
-  reset_all_limits(c);
+  start_position(c, start_fen);
   c.ponder_on = 0;
   c.game_over = 0;
   limits.analysis = false;
@@ -137,10 +123,7 @@ void cmd_setboard(chess& c, Tokens& t) {
   // words, so the position starts with counters 0 and move 1.
   char text[4 * XBOARD_LINE_SIZE + 8];
   std::snprintf(text, sizeof text, "%s %s %s %s ", f[0], f[1], f[2], f[3]);
-  xboard_init(c);
-  set_position(c.pos, text);
-  tt_clear();
-  reset_all_limits(c);
+  start_position(c, text);
   // Deliberate: after a setboard the engine waits in force mode for "go"
   // or a move.
   c.force_mode = 1;

@@ -163,9 +163,20 @@ bool isPseudoLegal(const board& b, Move m) {
       return knight_attacks[from] & (1ull << to);
     case KING:
       return d >= 0 && next_sq[d][from] == to;
-    case PAWN:
-      if (to - from == 16 || from - to == 16) return b.piece[(from + to) / 2] == EMPTY;
-      return true;
+    case PAWN: {
+      // Not in the original test, which let every pawn move but the double
+      // step pass: a killer of the other side (the null-move search shares
+      // the ply) could then move a pawn backwards or sideways, and the
+      // search went on in impossible positions whose moves reached the
+      // principal variation and the ponder move sent to the front end.
+      const int push = side == WHITE ? -8 : 8;
+      const int step = to - from;
+      const int file_gap = file_of(to) - file_of(from);
+      if (cap) return step - file_gap == push && (file_gap == 1 || file_gap == -1);
+      if (step == push) return true;
+      const int start_row = side == WHITE ? 6 : 1;
+      return step == 2 * push && row_of(from) == start_row && b.piece[from + push] == EMPTY;
+    }
   }
   return false;
 }

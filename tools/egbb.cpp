@@ -1,7 +1,9 @@
 #include "tools/egbb.h"
 
 #include <dlfcn.h>
+#include <unistd.h>
 
+#include <cstdarg>
 #include <cstdio>
 
 #include "protocol/output.h"
@@ -13,7 +15,8 @@ bool egbb_loaded = false;
 
 namespace {
 
-using LoadFunction = void (*)(char* path, int cache_size, int load_options);
+// The loader's result is not used.
+using LoadFunction = int (*)(char* path, int cache_size, int load_options);
 using ProbeFunction = int (*)(int side, int white_king, int black_king, int piece1, int square1,
                               int piece2, int square2, int piece3, int square3);
 
@@ -24,6 +27,11 @@ ProbeFunction probe_function = nullptr;
 constexpr int white_code[7] = {0, 6, 5, 4, 3, 2, 1};
 constexpr int BLACK_OFFSET = 6;
 
+// The names tried in turn. The second one is a deliberate addition for
+// Linux: the bitbase library's own name there.
+constexpr const char* library_names[] = {EGBB_LIBRARY_NAME, EGBB_LINUX_LIBRARY_NAME};
+constexpr int NAME_SIZE = PATH_SIZE + 16;
+
 void release() {
   if (library) dlclose(library);
   library = nullptr;
@@ -31,22 +39,49 @@ void release() {
   egbb_loaded = false;
 }
 
+// Why a file that is there cannot serve, on standard error, so a user sees
+// why the bitbases stay off; not into a pipe that standard output shares.
+__attribute__((format(printf, 1, 2))) void report(const char* format, ...) {
+  if (!stderr_is_own_channel()) return;
+  std::va_list args;
+  va_start(args, format);
+  std::vfprintf(stderr, format, args);
+  va_end(args);
+}
+
+// Opens one candidate and finds both entry points; a file that is there
+// but cannot serve (not a library for this machine, an entry point
+// missing) is reported.
+LoadFunction open_candidate(const char* name) {
+  const bool present = access(name, F_OK) == 0;
+  library = dlopen(name, RTLD_NOW | RTLD_LOCAL);
+  if (!library) {
+    if (present) report("egbb: cannot load %s: %s\n", name, dlerror());
+    return nullptr;
+  }
+  const auto load = reinterpret_cast<LoadFunction>(dlsym(library, "load_egbb_5men"));
+  probe_function = reinterpret_cast<ProbeFunction>(dlsym(library, "probe_egbb_5men"));
+  // A library without both entry points counts as missing rather than
+  // being called through a null address.
+  if (!load || !probe_function) {
+    report("egbb: %s lacks load_egbb_5men or probe_egbb_5men\n", name);
+    release();
+    return nullptr;
+  }
+  return load;
+}
+
 }  // namespace
 
 bool egbb_load() {
-  char name[PATH_SIZE + 16];
-  std::snprintf(name, sizeof name, "%s%s", egbb_path, EGBB_LIBRARY_NAME);
   release();
-  library = dlopen(name, RTLD_NOW | RTLD_LOCAL);
   LoadFunction load = nullptr;
-  if (library) {
-    load = reinterpret_cast<LoadFunction>(dlsym(library, "load_egbb_5men"));
-    probe_function = reinterpret_cast<ProbeFunction>(dlsym(library, "probe_egbb_5men"));
+  for (const char* file : library_names) {
+    char name[NAME_SIZE];
+    std::snprintf(name, sizeof name, "%s%s", egbb_path, file);
+    if ((load = open_candidate(name))) break;
   }
-  // A library without both entry points counts as missing rather than
-  // being called through a null address.
-  if (!library || !load || !probe_function) {
-    release();
+  if (!load) {
     out("EgbbProbe not Loaded!\n");
     return false;
   }

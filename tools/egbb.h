@@ -7,6 +7,10 @@ namespace orvo {
 
 // File name of the library, appended to egbb_path.
 constexpr const char* EGBB_LIBRARY_NAME = "egbbdll.dll";
+// Tried when the first name does not load: the name the bitbase library
+// has on 64-bit Linux, so that bitbases a user already has work too.
+// A deliberate addition for Linux.
+constexpr const char* EGBB_LINUX_LIBRARY_NAME = "egbbso64.so";
 // Cache size and load options handed to the library's loader.
 constexpr int EGBB_CACHE_SIZE = 4194304;
 constexpr int EGBB_LOAD_OPTIONS = 1;
@@ -17,7 +21,9 @@ constexpr int EGBB_UNKNOWN = 99999;
 extern bool egbb_loaded;
 
 // Releases a library loaded earlier, then loads egbb_path + "egbbdll.dll"
-// and hands it egbb_path. Prints whether it worked.
+// (or, failing that, egbb_path + "egbbso64.so") and hands it egbb_path.
+// Prints whether it worked; a file that exists but cannot serve is named
+// on standard error with the reason.
 bool egbb_load();
 
 // Probes the position (at most three pieces besides the kings); true and

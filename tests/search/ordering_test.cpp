@@ -130,6 +130,31 @@ TEST(PseudoLegal, Rules) {
   EXPECT_FALSE(isPseudoLegal(b, encode_move(sq("e2"), sq("e4"), 0, 0, PAWN)));  // square between
 }
 
+// A pawn move word that another line of the search left as a killer must
+// fit the pawn on the square now: forward for its side, one square (or two
+// from its start), diagonally forward to capture. Black's d3-d2 from another
+// line is no move for a White pawn on d3.
+TEST(PseudoLegal, PawnsMoveOnlyForward) {
+  board b = from_fen("4k3/8/8/2p5/8/3P4/8/4K3 w - - 0 1");
+  EXPECT_TRUE(isPseudoLegal(b, encode_move(sq("d3"), sq("d4"), 0, 0, PAWN)));
+  EXPECT_FALSE(isPseudoLegal(b, encode_move(sq("d3"), sq("d2"), 0, 0, PAWN)));  // backwards
+  EXPECT_FALSE(isPseudoLegal(b, encode_move(sq("d3"), sq("e3"), 0, 0, PAWN)));  // sideways
+  EXPECT_FALSE(isPseudoLegal(b, encode_move(sq("d3"), sq("d5"), 0, 0, PAWN)));  // two, not from d2
+  EXPECT_FALSE(isPseudoLegal(b, encode_move(sq("d3"), sq("d1"), 0, 0, PAWN)));  // two backwards
+  b = from_fen("4k3/8/8/8/2p5/3P4/8/4K3 w - - 0 1");
+  EXPECT_TRUE(isPseudoLegal(b, encode_move(sq("d3"), sq("c4"), PAWN, 0, PAWN)));
+  b = from_fen("4k3/8/8/8/8/3P4/2p5/4K3 w - - 0 1");
+  EXPECT_FALSE(isPseudoLegal(b, encode_move(sq("d3"), sq("c2"), PAWN, 0, PAWN)));  // captures back
+  b = from_fen("4k3/8/8/8/8/3p4/8/4K3 b - - 0 1");
+  EXPECT_TRUE(isPseudoLegal(b, encode_move(sq("d3"), sq("d2"), 0, 0, PAWN)));
+  EXPECT_FALSE(isPseudoLegal(b, encode_move(sq("d3"), sq("d4"), 0, 0, PAWN)));
+  b = from_fen("4k3/3p4/8/8/8/8/8/4K3 b - - 0 1");
+  EXPECT_TRUE(isPseudoLegal(b, encode_move(sq("d7"), sq("d5"), 0, 0, PAWN)));
+  // A pawn on the edge does not capture across the board.
+  b = from_fen("4k3/8/8/8/P6p/8/8/4K3 w - - 0 1");
+  EXPECT_FALSE(isPseudoLegal(b, encode_move(sq("a4"), sq("h4") - 8, 0, 0, PAWN)));
+}
+
 TEST(Ordering, SortIsStableAndDescending) {
   MoveList l;
   l.count = 5;

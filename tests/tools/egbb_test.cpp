@@ -6,6 +6,7 @@
 
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <string>
 
 #include "position/fen.h"
@@ -32,20 +33,27 @@ class Egbb : public ::testing::Test {
     unload();
     std::filesystem::remove_all(dir_);
   }
-  void install(const char* library) {
-    std::filesystem::copy_file(library, dir_ + "/egbbdll.dll",
+  void install(const char* library, const char* name = "egbbdll.dll") {
+    std::filesystem::copy_file(library, dir_ + "/" + name,
                                std::filesystem::copy_options::overwrite_existing);
     std::snprintf(egbb_path, sizeof egbb_path, "%s/", dir_.c_str());
+    name_ = name;
   }
   bool load(std::string& out) {
+    std::string err;
+    return load(out, err);
+  }
+  bool load(std::string& out, std::string& err) {
     testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
     const bool ok = egbb_load();
+    err = testing::internal::GetCapturedStderr();
     out = testing::internal::GetCapturedStdout();
     return ok;
   }
   // The engine's copy of the library, reached without loading it again.
   void* handle() {
-    if (!handle_) handle_ = dlopen((dir_ + "/egbbdll.dll").c_str(), RTLD_NOW | RTLD_NOLOAD);
+    if (!handle_) handle_ = dlopen((dir_ + "/" + name_).c_str(), RTLD_NOW | RTLD_NOLOAD);
     return handle_;
   }
   template <typename F>
@@ -74,6 +82,7 @@ class Egbb : public ::testing::Test {
   }
 
   std::string dir_;
+  std::string name_ = "egbbdll.dll";
   void* handle_ = nullptr;
 };
 
@@ -134,9 +143,46 @@ TEST_F(Egbb, FailedReloadTurnsProbingOff) {
 
 TEST_F(Egbb, LibraryWithoutProbeEntryCountsAsMissing) {
   install(FAKE_EGBB_NO_PROBE_LIBRARY);
-  std::string out;
-  EXPECT_FALSE(load(out));
+  std::string out, err;
+  EXPECT_FALSE(load(out, err));
   EXPECT_EQ(out, "EgbbProbe not Loaded!\n");
+  EXPECT_EQ(err, "egbb: " + dir_ + "/egbbdll.dll lacks load_egbb_5men or probe_egbb_5men\n");
+  EXPECT_FALSE(egbb_loaded);
+}
+
+TEST_F(Egbb, LinuxNameIsTriedSecond) {
+  install(FAKE_EGBB_LIBRARY, "egbbso64.so");
+  std::string out, err;
+  ASSERT_TRUE(load(out, err));
+  EXPECT_EQ(out, "EgbbProbe Loaded!\n");
+  EXPECT_EQ(err, "");  // no egbbdll.dll is no news
+  EXPECT_EQ(std::string(entry<const char* (*)()>("fake_load_path")()), dir_ + "/");
+}
+
+TEST_F(Egbb, UnusableFirstLibraryIsReportedAndTheSecondServes) {
+  // A Windows library (here: any file that is no library for this machine)
+  // beside a Linux one.
+  std::ofstream(dir_ + "/egbbdll.dll") << "MZ this is not an ELF file\n";
+  install(FAKE_EGBB_LIBRARY, "egbbso64.so");
+  std::string out, err;
+  ASSERT_TRUE(load(out, err));
+  EXPECT_EQ(out, "EgbbProbe Loaded!\n");
+  EXPECT_EQ(err.rfind("egbb: cannot load " + dir_ + "/egbbdll.dll: ", 0), 0u) << err;
+  bool known;
+  int score;
+  probe_args("4k3/8/8/8/8/8/8/3Q2K1 w - - 0 1", 77, known, score);
+  EXPECT_TRUE(known);
+  EXPECT_EQ(score, 77);
+}
+
+TEST_F(Egbb, NeitherNameServesNothingIsLoaded) {
+  std::ofstream(dir_ + "/egbbdll.dll") << "not a library\n";
+  install(FAKE_EGBB_NO_PROBE_LIBRARY, "egbbso64.so");
+  std::string out, err;
+  EXPECT_FALSE(load(out, err));
+  EXPECT_EQ(out, "EgbbProbe not Loaded!\n");
+  EXPECT_NE(err.find("cannot load " + dir_ + "/egbbdll.dll"), std::string::npos);
+  EXPECT_NE(err.find(dir_ + "/egbbso64.so lacks"), std::string::npos);
   EXPECT_FALSE(egbb_loaded);
 }
 

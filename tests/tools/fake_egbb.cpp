@@ -12,12 +12,13 @@ int probe_calls = 0;
 int probe_result = 0;
 }  // namespace
 
-__attribute__((visibility("default"))) void load_egbb_5men(char* path, int cache_size,
-                                                           int load_opts) {
+__attribute__((visibility("default"))) int load_egbb_5men(char* path, int cache_size,
+                                                          int load_opts) {
   std::strncpy(load_path, path, sizeof load_path - 1);
   load_cache = cache_size;
   load_options = load_opts;
   ++load_calls;
+  return 1;
 }
 
 __attribute__((visibility("default"))) int probe_egbb_5men(int side, int white_king,

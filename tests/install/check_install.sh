@@ -1,0 +1,77 @@
+#!/usr/bin/env bash
+# Installs Orvo as a user would and plays with the installed engine:
+#   1. cmake --install of BUILD into a scratch prefix; the files are where
+#      the manual page and the README say, and the example settings file
+#      names the installed bitbase folder;
+#   2. cpack builds the Debian package; its dependencies are Debian's
+#      package names and its example settings file names /usr/lib/orvo/egbb/;
+#   3. the installed orvo, started from its installed path (games/orvo)
+#      with a copy of the installed example settings file, plays bitbase
+#      games against fairymax under cutechess-cli in UCI mode, the
+#      bitbases loaded: two endings of king and queen and of king and
+#      rook and one of each kind of pawn ending; twenty, twenty, ten and
+#      ten with ORVO_LONG_TESTS=1.
+#
+#   tests/install/check_install.sh BUILD
+#
+# The last line is "N passed, N failed"; the exit status is 0 only when
+# everything passed.
+set -u -o pipefail
+
+me=$(basename "$0")
+[ $# -eq 1 ] || { echo "usage: $me BUILD" >&2; exit 2; }
+build=$(cd "$1" && pwd) || exit 2
+src=$(cd "$(dirname "$0")/../.." && pwd)
+
+prefix=$(mktemp -d "${TMPDIR:-/tmp}/orvo-prefix.XXXXXX") || exit 2
+deb_dir=$(mktemp -d "${TMPDIR:-/tmp}/orvo-deb.XXXXXX") || exit 2
+trap 'rm -rf "$prefix" "$deb_dir"' EXIT
+
+passed=0 failed=0
+check() {  # check DESCRIPTION COMMAND...
+  local what=$1
+  shift
+  if "$@" >/dev/null 2>&1; then
+    passed=$((passed + 1))
+  else
+    failed=$((failed + 1))
+    echo "$me: FAIL: $what"
+  fi
+}
+
+echo "$me: cmake --install into $prefix"
+cmake --install "$build" --prefix "$prefix" >/dev/null || { echo "$me: install failed"; exit 1; }
+check "bin/orvo is an executable" test -x "$prefix/bin/orvo"
+check "games/orvo links to bin/orvo" test "$(readlink -f "$prefix/games/orvo")" = "$prefix/bin/orvo"
+check "the manual page is in section 6" gzip -t "$prefix/share/man/man6/orvo.6.gz"
+check "the manual page names the ini keys" \
+  sh -c "gzip -dc '$prefix/share/man/man6/orvo.6.gz' | grep -q egbb_path"
+check "the bitbase library is installed" test -f "$prefix/lib/orvo/egbb/egbbdll.dll"
+check "the tables are linked beside it" \
+  sh -c "ls '$prefix/lib/orvo/egbb/gaviota/' | grep -q 'krk.gtb.cp4'"
+check "the example ini names the bitbase folder" \
+  grep -qx "egbb_path=$prefix/lib/orvo/egbb/" "$prefix/share/orvo/Orvo214.ini"
+
+echo "$me: cpack"
+(cd "$build" && cpack -B "$deb_dir" >/dev/null) || { echo "$me: cpack failed"; exit 1; }
+deb=$(ls "$deb_dir"/orvo_*.deb 2>/dev/null | head -1)
+check "cpack wrote a .deb" test -f "$deb"
+depends=$(dpkg-deb -f "$deb" Depends 2>/dev/null)
+echo "$me: Depends: $depends"
+check "the package depends on libgaviotatb1" sh -c "echo '$depends' | grep -q 'libgaviotatb1'"
+check "the package depends on gaviotatb" sh -c "echo '$depends' | grep -qw 'gaviotatb'"
+check "the package puts orvo in /usr/games" sh -c "dpkg-deb -c '$deb' | grep -q ' ./usr/games/orvo -> ../bin/orvo'"
+check "the package's ini names /usr/lib/orvo/egbb/" \
+  sh -c "dpkg-deb --fsys-tarfile '$deb' | tar -xO ./usr/share/orvo/Orvo214.ini | grep -qx 'egbb_path=/usr/lib/orvo/egbb/'"
+
+n=2
+[ "${ORVO_LONG_TESTS:-0}" = 1 ] && n=20
+echo "$me: games of the installed $prefix/games/orvo"
+games_out=$("$src/tests/tools/egbb_games.sh" "$prefix/games/orvo" \
+  "$build/tests/tools/egbb_positions" "$prefix/share/orvo/Orvo214.ini" "$n")
+games_status=$?
+echo "$games_out"
+check "the installed orvo played its bitbase games as the tables say" test "$games_status" -eq 0
+
+echo "$passed passed, $failed failed"
+[ "$failed" -eq 0 ]
