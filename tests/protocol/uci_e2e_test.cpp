@@ -328,6 +328,20 @@ TEST_F(UciE2E, PositionWithTenThousandMoves) {
   expect_alive(s);
 }
 
+// A set-up board with more moves than a move list holds: a search on the
+// moves that fit, and a move.
+TEST_F(UciE2E, PositionWithMoreMovesThanTheListHolds) {
+  Session s(dir_);
+  ASSERT_NO_FATAL_FAILURE(start(s));
+  s.send("position fen Q1QQQQQQ/Q6Q/3Q4/1Q4Q1/Q5Q1/Q5Q1/Q2QQ3/QQQnnQQQ w - - 0 1");
+  s.send("go depth 3");
+  EXPECT_TRUE(starts_with(s.wait_for("bestmove", 30), "bestmove "));
+  s.send("position fen Q1QQQQQQ/Q6Q/3Q4/1Q4Q1/Q5Q1/Q5Q1/Q2QQ3/QQQnnQQQ w - - 0 1 moves a8b8 d1c3");
+  s.send("go wtime 1000 btime 1000");
+  EXPECT_TRUE(starts_with(s.wait_for("bestmove", 30), "bestmove "));
+  expect_alive(s);
+}
+
 TEST_F(UciE2E, UnknownCommandsGetNoReply) {
   Session s(dir_);
   ASSERT_NO_FATAL_FAILURE(start(s));

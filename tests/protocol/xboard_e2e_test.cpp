@@ -326,6 +326,20 @@ TEST(XboardE2E, LinesOfAnyLength) {
   EXPECT_NE(r.out.find("Orvo is leaving.\n"), std::string::npos);
 }
 
+// A set-up board with more moves than a move list holds (258 here, the
+// list holds 256): the moves that do not fit are left out, and perft, the
+// evaluation and a search run on what is left.
+TEST(XboardE2E, SetUpPositionWithMoreMovesThanTheListHolds) {
+  auto r = run_orvo("xboard\nsetboard Q1QQQQQQ/Q6Q/3Q4/1Q4Q1/Q5Q1/Q5Q1/Q2QQ3/QQQnnQQQ w - - 0 1\n"
+                    "perft 2\neval\nsd 2\ngo\nfen\nquit\n",
+                    60);
+  ASSERT_FALSE(r.timed_out);
+  EXPECT_EQ(r.status, 0);
+  EXPECT_NE(r.out.find("perft(1):        256 "), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("\nmove "), std::string::npos);
+  EXPECT_NE(r.out.find(" b - - "), std::string::npos);  // the move was played
+}
+
 // A game far past the key history's size: the history is a ring, so a long
 // game neither overruns it nor stops taking moves.
 TEST(XboardE2E, GameLongerThanTheHistory) {
