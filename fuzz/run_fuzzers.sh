@@ -2,7 +2,7 @@
 # Builds Orvo's fuzz targets with clang (libFuzzer, AddressSanitizer,
 # UndefinedBehaviorSanitizer) in build-fuzz/, replays the saved inputs of
 # tests/fuzz/inputs/, makes seed corpora from the shared test data and the
-# tests' own inputs, and runs every target in turn. Installs clang and
+# tests' own inputs, and runs the targets, one per core at a time. Installs clang and
 # libFuzzer with apt-get where missing; without them it skips with a message.
 #
 #   fuzz/run_fuzzers.sh [TARGET...]     (default: all eight)
@@ -12,6 +12,7 @@
 #                         per target on a small machine; ORVO_FUZZ_RUNS=N to
 #                         choose another count)
 #   ORVO_FUZZ_BUILD=DIR   the build folder (default build-fuzz)
+#   ORVO_FUZZ_JOBS=N      targets run side by side (default: one per core)
 #
 # The corpus each target grows stays in the build folder for the next run.
 # A crash, a hang (30 s on one input) or a failed check is saved under
@@ -93,34 +94,36 @@ else
   budget=(-max_total_time="${ORVO_FUZZ_SECONDS:-60}")
 fi
 
-failed=()
-summary=()
-for t in "${targets[@]}"; do
-  bin=$build/fuzz/fuzz_$t
-  corpus=$build/fuzz-corpus/$t
-  findings=$build/fuzz-findings/$t
-  log=$build/fuzz-logs/$t.log
+# One target: the saved inputs, then the run. Writes its report line to
+# fuzz-logs/TARGET.summary; the status is 1 on a finding.
+fuzz_one() {
+  local t=$1
+  local bin=$build/fuzz/fuzz_$t
+  local corpus=$build/fuzz-corpus/$t
+  local findings=$build/fuzz-findings/$t
+  local log=$build/fuzz-logs/$t.log
+  local summary_file=$build/fuzz-logs/$t.summary
   mkdir -p "$corpus" "$findings" "$(dirname "$log")" "$seeds/$t"
 
   # The saved inputs first: each must run clean.
-  saved=("$repo"/tests/fuzz/inputs/"$t"/*)
+  local saved=("$repo"/tests/fuzz/inputs/"$t"/*)
   if [ -e "${saved[0]}" ]; then
     if ! "$bin" -artifact_prefix="$findings/" "${saved[@]}" >"$build/fuzz-logs/$t.replay.log" 2>&1; then
-      echo "$t: a saved input fails (see $build/fuzz-logs/$t.replay.log)"
-      failed+=("$t")
-      continue
+      echo "$t: a saved input fails (see $build/fuzz-logs/$t.replay.log)" | tee "$summary_file"
+      return 1
     fi
   fi
 
-  dict=()
+  local dict=()
   [ -s "$repo/fuzz/dicts/$t.dict" ] && dict=(-dict="$repo/fuzz/dicts/$t.dict")
   echo "== fuzzing $t"
+  local start rc=0
   start=$(date +%s)
-  rc=0
   "$bin" "${budget[@]}" -timeout="$hang_seconds" -rss_limit_mb=2560 -max_len="${max_len[$t]}" \
     ${dict[@]+"${dict[@]}"} -artifact_prefix="$findings/" -print_final_stats=1 \
     "$corpus" "$seeds/$t" >"$log" 2>&1 || rc=$?
-  seconds=$(( $(date +%s) - start ))
+  local seconds=$(( $(date +%s) - start ))
+  local runs last cov ft units line
   runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log" | tail -1)
   last=$(grep -E '^#[0-9]+' "$log" | tail -1 || true)
   cov=$(sed -n 's/.* cov: \([0-9]*\).*/\1/p' <<<"$last")
@@ -131,10 +134,26 @@ for t in "${targets[@]}"; do
   if [ "$rc" -ne 0 ]; then
     line+="  FINDING (exit $rc): $(grep -m1 -E 'ERROR|runtime error|check failed' "$log" || true)"
     line+=" -> $(ls -t "$findings" | head -1 | sed "s|^|$findings/|")"
-    failed+=("$t")
   fi
-  echo "$line"
-  summary+=("$line")
+  echo "$line" | tee "$summary_file"
+  [ "$rc" -eq 0 ]
+}
+
+# The targets run side by side, one per core: each still gets its whole
+# budget, and the test run waits half as long on two cores.
+parallel=${ORVO_FUZZ_JOBS:-$(nproc 2>/dev/null || echo 1)}
+failed=()
+summary=()
+mkdir -p "$build/fuzz-logs"
+for t in "${targets[@]}"; do
+  while [ "$(jobs -rp | wc -l)" -ge "$parallel" ]; do wait -n || true; done
+  rm -f "$build/fuzz-logs/$t.summary" "$build/fuzz-logs/$t.ok"
+  { fuzz_one "$t" && touch "$build/fuzz-logs/$t.ok"; } &
+done
+wait
+for t in "${targets[@]}"; do
+  [ -e "$build/fuzz-logs/$t.ok" ] || failed+=("$t")
+  summary+=("$(cat "$build/fuzz-logs/$t.summary" 2>/dev/null || echo "$t: no report")")
 done
 
 echo "== fuzz summary"
