@@ -53,5 +53,5 @@ cmake --build build-asan -j"$jobs"
 (cd build-asan && ASAN_OPTIONS=detect_leaks=0 UBSAN_OPTIONS=print_stacktrace=1 \
    ctest --output-on-failure -j"$jobs")
 
-echo "== fuzzing (clang, libFuzzer, ASan + UBSan): every target in turn"
+echo "== fuzzing (clang, libFuzzer, ASan + UBSan): every target for 60 s, one per core at a time"
 ./fuzz/run_fuzzers.sh </dev/null
