@@ -12,6 +12,7 @@
 #include <random>
 #include <vector>
 
+#include "bench/fixed_depth.h"
 #include "engine/chess.h"
 #include "eval/eval.h"
 #include "position/fen.h"
@@ -94,16 +95,7 @@ void search_figures(orvo::chess& c, int depth, const char* label) {
   long long total = 0;
   const double start = orvo::now_seconds();
   for (const char* fen : krk) {
-    orvo::set_position(c.pos, fen);
-    orvo::tt_clear();
-    c.uci_mode = 1;  // resetSearch clears the limits in UCI mode
-    orvo::resetSearch(c);
-    c.uci_mode = 0;
-    c.post_on = 0;
-    orvo::limits.fixedDepth = true;
-    orvo::limits.depthLimit = depth;
-    orvo::think(c);
-    total += orvo::nodes;
+    total += orvo::bench::search_fixed_depth(c, fen, depth);
   }
   const double s = orvo::now_seconds() - start;
   std::printf("KRK search, %s: %d positions depth %d: nodes %lld time %.3f s nps %.0f\n", label,

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <memory>
 
+#include "bench/fixed_depth.h"
 #include "engine/chess.h"
 #include "eval/eval.h"
 #include "position/fen.h"
@@ -65,16 +66,7 @@ int main(int argc, char** argv) {
   const double start = orvo::now_seconds();
   int n = 0;
   for (const char* fen : positions) {
-    orvo::set_position(c.pos, fen);
-    orvo::tt_clear();
-    c.uci_mode = 1;  // resetSearch clears the limits in UCI mode
-    orvo::resetSearch(c);
-    c.uci_mode = 0;
-    c.post_on = 0;
-    orvo::limits.fixedDepth = true;
-    orvo::limits.depthLimit = depth;
-    orvo::think(c);
-    total_nodes += orvo::nodes;
+    total_nodes += orvo::bench::search_fixed_depth(c, fen, depth);
     ++n;
   }
   const double s = orvo::now_seconds() - start;
