@@ -33,7 +33,7 @@ chess::chess() {
   ponder_move_text[0] = 0;
   move_number = -1;
   pending_move[0] = pending_time[0] = 0;
-  analyzing = has_deferred = ponder_cancelled = 0;
+  analyzing = has_deferred = ponder_cancelled = running_suite = 0;
   deferred[0] = 0;
   build_eval_tables();
 }

@@ -69,6 +69,8 @@ class chess {
   char deferred[XBOARD_LINE_SIZE];
   // The ponder reader met a command that ends the ponder phase.
   u8 ponder_cancelled;
+  // The "test" command is running an EPD suite.
+  u8 running_suite;
 
   // The game history slot of a ply. Indexed modulo its size like the key
   // history, so a game of any length stays inside it.

@@ -81,9 +81,9 @@ void cmd_test(chess& c, Tokens& t) {
   const int n = read_int(t.take());
   if (n < 1 || n > EPD_SUITE_COUNT) return;
   epd_read(epd_suite_path(n));
-  c.searching = 1;
+  c.searching = c.running_suite = 1;
   epd_run(c);
-  c.searching = 0;
+  c.searching = c.running_suite = 0;
 }
 
 void cmd_perft(chess& c, Tokens& t) { perft_command(c.pos, t.take()); }
@@ -132,12 +132,19 @@ const Command commands[] = {
     {"sb", cmd_setboard, take_over, true},
     {"setboard", cmd_setboard, take_over, true},
     {"fen", cmd_fen, obey, false},
-    {"test", cmd_test, take_over, true},
-    {"perft", cmd_perft, take_over, true},
+    // Ignored while pondering, as every word the ponder reader does not
+    // know: no front end sends them then.
+    {"test", cmd_test, take_over, false},
+    {"perft", cmd_perft, take_over, false},
     {"eval", cmd_eval, obey, false},
     // Not in the original set: "?" asks for the move now. Front ends send it
     // to end the engine's thinking and expect the best move found so far.
     {"?", cmd_move_now, obey, false},
+    // Not in the original set, where "result" is an unknown word: the game
+    // is over, so a search of the engine's own move ends without a move.
+    // Outside a search it changes nothing, and the words after it are read
+    // as commands like those after any other command.
+    {"result", cmd_nothing, take_over, false},
 };
 
 // Obeys the commands of a line that arrived while a search runs. True
@@ -169,9 +176,13 @@ bool xboard_poll_input(chess& c) {
   if (c.has_deferred) return true;
   char line[XBOARD_LINE_SIZE];
   if (!read_command_line(line)) {
-    // End of input: nobody is left to stop a search without limits.
-    if (limits.infinite) state.stop_command = true;
-    return false;
+    // End of input: the front end has gone, and nobody is left to read a
+    // move or to stop a search. Every search is given up at once, and the
+    // command loop then meets the end of input too and returns. A test
+    // suite is the exception while a depth or time limit bounds each of its
+    // searches: it is a batch job, typically piped in ("sd 6", "test 1"),
+    // and runs to its summary.
+    return !(c.running_suite && (limits.fixedDepth || limits.timed));
   }
   return execute_during_search(c, line);
 }

@@ -6,6 +6,7 @@
 #include "position/fen.h"
 #include "position/makemove.h"
 #include "position/movegen.h"
+#include "protocol/input.h"
 #include "protocol/movetext.h"
 #include "protocol/output.h"
 #include "protocol/xboard.h"
@@ -166,9 +167,12 @@ bool opponent_move(chess& c, const char* text) {
   c.searching = 1;
   c.force_mode = 1;
   const Move m = think(c);
-  c.force_mode = 0;
   c.searching = 0;
-  if (state.abandoned) return false;  // a command took over: no move
+  // A command took over: no move. Force mode stays raised, as it was for
+  // the whole search: a move that arrived meanwhile is played without an
+  // answer, like every move after it until "go" or "new".
+  if (state.abandoned) return false;
+  c.force_mode = 0;
   if (play_engine_move(c, m)) c.game_over = checkGameEnd(c);
   return true;
 }
@@ -202,12 +206,15 @@ void cmd_exit(chess& c, Tokens&) {
   out("Analyze stopped\n");
 }
 
+// Only the search of the engine's own move ends for "?"; analysis, a test
+// suite and pondering go on.
 void cmd_move_now(chess& c, Tokens&) {
-  if (c.searching && !c.pondering) state.stop_command = true;
+  if (c.searching && !c.pondering && !limits.analysis) state.stop_command = true;
 }
 
 void restart_analysis(chess& c) {
-  if (!c.analyzing || c.has_deferred) return;
+  // At the end of input the analysis is over: the loop returns next.
+  if (!c.analyzing || c.has_deferred || input_at_eof()) return;
   if (analysis_complete && c.pos.key == analysed_key && c.pos.hist_ply == analysed_ply) return;
   run_analysis(c);
 }

@@ -142,7 +142,13 @@ bool ponder_reader(chess& c, bool wait) {
         // Not in the original design: the clock that came with the move
         // sets the limits of the search that now goes on; the limits of the
         // move before would let a run of hits spend more than the clock.
-        if (c.pending_time[0]) apply_time(c, c.pending_time, c.pos.hist_ply - 1);
+        if (c.pending_time[0]) {
+          apply_time(c, c.pending_time, c.pos.hist_ply - 1);
+          // The stop the old limits may have called while the search was
+          // pondering (where it could not end it) is theirs: the new limits
+          // decide afresh, counting the time pondered as time spent.
+          state.stop = false;
+        }
         return false;
       }
       // Not in the original design, where every other word was ignored: a

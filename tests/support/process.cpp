@@ -25,7 +25,9 @@ double now_s() {
 // is the pipe of standard output.
 int spawn(const std::string& dir, int& in_fd, int& out_fd, int* err_fd, bool merge = false) {
   int in[2], out[2], err[2];
-  if (pipe(in) || pipe(out) || pipe(err)) return -1;
+  // Close-on-exec: a second orvo started later must not inherit this one's
+  // pipes, or closing this one's input would never reach it as an end.
+  if (pipe2(in, O_CLOEXEC) || pipe2(out, O_CLOEXEC) || pipe2(err, O_CLOEXEC)) return -1;
   signal(SIGPIPE, SIG_IGN);
   int pid = fork();
   if (pid == 0) {
@@ -67,7 +69,7 @@ std::vector<std::string> run_orvo_writes(const std::string& input, double timeou
                                          const std::string& dir) {
   std::vector<std::string> packets;
   int in[2], sv[2];
-  if (pipe(in) || socketpair(AF_UNIX, SOCK_SEQPACKET, 0, sv)) return packets;
+  if (pipe2(in, O_CLOEXEC) || socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, sv)) return packets;
   signal(SIGPIPE, SIG_IGN);
   const int pid = fork();
   if (pid == 0) {

@@ -50,9 +50,14 @@ class Library {
   int open(const std::string& folder, int options, std::string& out) {
     char path[1100];
     std::snprintf(path, sizeof path, "%s", folder.c_str());
+    // The library's messages go to standard error, never into the
+    // engine's protocol stream on standard output.
     testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
     const int r = load(path, EGBB_CACHE_SIZE, options);
-    out = testing::internal::GetCapturedStdout();
+    const std::string on_stdout = testing::internal::GetCapturedStdout();
+    out = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(on_stdout, "");
     return r;
   }
   int open(const std::string& folder = orvo::test::gaviota_egbb_dir(), int options = 1) {

@@ -195,3 +195,19 @@ TEST_F(Epd, WinAtChessOpening) {
   // Most of these are short tactics that a depth-4 search finds.
   EXPECT_GE(solved, 6) << r.out;
 }
+
+// A suite piped in with a depth limit runs to its summary after the input
+// has ended (a batch job); one without any limit, whose searches only a
+// command could end, is given up when the input ends, and Orvo exits.
+TEST_F(Epd, EndOfInputEndsOnlyASuiteWithoutLimits) {
+  std::string text;
+  for (int i = 0; i < 3; ++i) text += std::string(kMateInOne) + "\n";
+  write_suite(9, text);
+  auto r = run_suite(9, 5);
+  ASSERT_FALSE(r.timed_out);
+  EXPECT_TRUE(contains(split_lines(r.out), "total test: 3 solved: 3 percent: 100.0%")) << r.out;
+  r = run_orvo("xboard\ntest 9\n", 10);
+  ASSERT_FALSE(r.timed_out);
+  EXPECT_EQ(r.status, 0);
+  EXPECT_NE(r.out.find("Orvo is leaving main_loop.\n"), std::string::npos);
+}

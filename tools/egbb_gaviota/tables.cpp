@@ -49,7 +49,7 @@ bool open_tables(const char* folder, std::size_t cache_bytes) {
   // The probing code keeps paths of at most tb_MAXPATHLEN characters.
   const std::size_t room = tb_MAXPATHLEN - 1 - std::strlen(TABLES_SUBFOLDER) - 1;
   if (base.size() > room) {
-    std::printf("egbb: folder name too long (%zu characters): no tables\n", base.size());
+    std::fprintf(stderr, "egbb: folder name too long (%zu characters): no tables\n", base.size());
     return false;
   }
   std::string sub = base;
@@ -61,7 +61,7 @@ bool open_tables(const char* folder, std::size_t cache_bytes) {
   paths = tbpaths_add(paths, base.empty() ? "." : base.c_str());
   paths = tbpaths_add(paths, sub.c_str());
   if (!paths) {
-    std::printf("egbb: out of memory: no tables\n");
+    std::fprintf(stderr, "egbb: out of memory: no tables\n");
     return false;
   }
   for (const int scheme : schemes) {
@@ -72,7 +72,7 @@ bool open_tables(const char* folder, std::size_t cache_bytes) {
       return true;
     }
   }
-  std::printf("egbb: no Gaviota tables in \"%s\" or \"%s\"\n", base.c_str(), sub.c_str());
+  std::fprintf(stderr, "egbb: no Gaviota tables in \"%s\" or \"%s\"\n", base.c_str(), sub.c_str());
   tb_done();
   release_paths();
   return false;
