@@ -46,6 +46,8 @@ fi
 
 echo "== installation, and bitbase games of the installed engine under cutechess-cli"
 ./tests/install/check_install.sh build </dev/null
+echo "== the README's installing section, followed in a scratch clone"
+./tests/install/readme_install.sh </dev/null
 
 echo "== sanitizer build (ASan + UBSan)"
 cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DORVO_SANITIZE=ON -DORVO_BENCH=OFF
