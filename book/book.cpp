@@ -6,9 +6,7 @@
 
 #include "book/book_path.h"
 #include "book/record_table.h"
-#include "engine/chess.h"
-#include "protocol/output.h"
-#include "tools/ini.h"
+#include "io/output.h"
 
 namespace orvo {
 
@@ -46,27 +44,27 @@ void read_records(std::FILE* f, u64 records, RecordTable& table) {
 
 }  // namespace
 
-bool open_book(chess& c) {
-  if (c.book_table) return true;
-  std::FILE* f = open_book_path(book_path, "rb");
+bool Book::open(const char* path) {
+  if (table_) return true;
+  std::FILE* f = open_book_path(path, "rb");
   if (!f) {
-    out("error opening database: %s\n", book_path);
+    out("error opening database: %s\n", path);
     return false;
   }
   const u64 records = whole_records(f);
-  c.book_records = u32(records);
-  c.book_table = std::make_unique<RecordTable>(
-      records < RecordTable::MAX_CAPACITY ? u32(records) : RecordTable::MAX_CAPACITY);
-  read_records(f, records, *c.book_table);
+  records_ = u32(records);
+  table_ = std::make_unique<RecordTable>(records < RecordTable::MAX_CAPACITY ? u32(records)
+                                                                           : RecordTable::MAX_CAPACITY);
+  read_records(f, records, *table_);
   // Everything is in memory now: the file is not needed again.
   std::fclose(f);
-  out("Opening database: %u moves\n", c.book_records);
+  out("Opening database: %u moves\n", records_);
   return true;
 }
 
-bool probe_book(chess& c, const Move* moves, int count, Move& out) {
-  const u64 position_key = c.pos.key & BOOK_POSITION_BITS;
-  const bool white_to_move = c.pos.side == WHITE;
+bool Book::probe(const board& pos, const char* path, const Move* moves, int count, Move& out) {
+  const u64 position_key = pos.key & BOOK_POSITION_BITS;
+  const bool white_to_move = pos.side == WHITE;
   int found_index[MAX_ROOT_MOVES], weight[MAX_ROOT_MOVES];
   u64 found_key[MAX_ROOT_MOVES];
   int found = 0;
@@ -80,8 +78,8 @@ bool probe_book(chess& c, const Move* moves, int count, Move& out) {
     if (shared) continue;
     // A book that would not open is tried, and reported, again for every
     // root move: deliberate, the probe has no memory of the failure.
-    if (!c.book_table && !open_book(c)) continue;
-    const BookRecord* r = c.book_table->find(key);
+    if (!table_ && !open(path)) continue;
+    const BookRecord* r = table_->find(key);
     if (!r) continue;
     found_index[found] = i;
     found_key[found] = key;
@@ -90,7 +88,7 @@ bool probe_book(chess& c, const Move* moves, int count, Move& out) {
     ++found;
   }
   if (found == 0) {
-    ++c.book_failures;
+    ++failures_;
     return false;
   }
   int total = 0;

@@ -5,8 +5,8 @@
 #include "book/book_path.h"
 #include "position/fen.h"
 #include "position/makemove.h"
-#include "protocol/movetext.h"
-#include "protocol/output.h"
+#include "io/movetext.h"
+#include "io/output.h"
 
 namespace orvo {
 

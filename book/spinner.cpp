@@ -1,6 +1,6 @@
 #include "book/spinner.h"
 
-#include <cstdio>
+#include "io/output.h"
 
 namespace orvo {
 
@@ -20,9 +20,8 @@ void Spinner::tick(i64 count) {
 }
 
 void Spinner::flush() {
-  if (used_ > 0) std::fwrite(buffer_, 1, size_t(used_), stdout);
+  if (used_ > 0) write_stdout(buffer_, size_t(used_));
   used_ = 0;
-  std::fflush(stdout);
 }
 
 }  // namespace orvo

@@ -9,22 +9,13 @@
 
 namespace orvo {
 
-u32 root_castle = 0;
-
 namespace {
 
 bool tables_built = false;
-bool ready = false;  // tables built and caches allocated
 
 // The cheap part of the score must lie this far outside the window for the
 // lazy exit.
 constexpr int LAZY_MARGIN = 350;
-
-void prepare() {
-  build_eval_tables();
-  eval_allocate_caches();
-  ready = true;
-}
 
 }  // namespace
 
@@ -35,13 +26,38 @@ void build_eval_tables() {
   eval::build_piece_masks();
   eval::build_danger_table();
   eval::compute_pawn_structure(0, 0, 0, 0, eval::empty_pawn_record);
-  eval::current_pawns = eval::empty_pawn_record;
   tables_built = true;
 }
 
-void eval_allocate_caches() {
-  eval::allocate_material_cache();
-  eval::allocate_pawn_tables();
+Evaluator::Evaluator() {
+  build_eval_tables();
+  clear_material_cache();
+}
+
+void Evaluator::clear_material_cache() { eval::clear_material_cache(material_); }
+
+void Evaluator::use_pawn_tables(eval::pawn_record* black_to_move, eval::pawn_record* white_to_move) {
+  tables_[BLACK] = black_to_move;
+  tables_[WHITE] = white_to_move;
+  if (!black_to_move || !white_to_move) tables_[BLACK] = tables_[WHITE] = nullptr;
+}
+
+eval::pawn_record* Evaluator::pawn_table(int side) {
+  side &= 1;
+  if (tables_[side]) return tables_[side];
+  // No owner supplied tables: the evaluator's own serve.
+  for (int s = 0; s < 2; ++s) {
+    if (!own_tables_[s]) own_tables_[s] = std::make_unique<eval::pawn_record[]>(eval::PAWN_TABLE_SIZE);
+    tables_[s] = own_tables_[s].get();
+  }
+  return tables_[side];
+}
+
+void Evaluator::clear_pawn_tables() {
+  for (int side = 0; side < 2; ++side) {
+    eval::pawn_record* t = pawn_table(side);
+    for (int i = 0; i < eval::PAWN_TABLE_SIZE; ++i) t[i] = eval::pawn_record{};
+  }
 }
 
 namespace eval {
@@ -61,11 +77,9 @@ int final_scaling(const board& b, u32 flags, int score) {
 
 }  // namespace eval
 
-int Evaluate(board& b, int alpha, int beta) {
+int Evaluator::evaluate(board& b, int alpha, int beta) {
   using namespace eval;
-  if (!ready) prepare();
-
-  const u32 flags = material_flags(b);
+  const u32 flags = material_flags(b, material_);
   int score = material_term(b);
   b.pawns_all = b.white[BB_PAWN] | b.black[BB_PAWN];
 
@@ -79,8 +93,9 @@ int Evaluate(board& b, int alpha, int beta) {
     return b.side == WHITE ? score : -score;
   }
 
-  score += pawn_structure(b);
-  const pawn_record& pawns = current_pawns;
+  const pawn_record* record;
+  score += pawn_structure(b, pawn_table(b.side), record);
+  const pawn_record& pawns = *record;
   if (pawns.white_passed | pawns.black_passed) {
     score += passed_pawn_term(b, pawns);
     if ((b.phase_units[WHITE] == 0 && pawns.black_passed) ||
@@ -88,8 +103,8 @@ int Evaluate(board& b, int alpha, int beta) {
       score += pawn_race_term(b);
   }
 
-  if (root_castle & (WHITE_SHORT | WHITE_LONG)) score += castling_term(b, pawns, WHITE);
-  if (root_castle & (BLACK_SHORT | BLACK_LONG)) score += castling_term(b, pawns, BLACK);
+  if (root_castle_ & (WHITE_SHORT | WHITE_LONG)) score += castling_term(b, pawns, WHITE);
+  if (root_castle_ & (BLACK_SHORT | BLACK_LONG)) score += castling_term(b, pawns, BLACK);
 
   b.king_attack[0] = b.king_attack[1] = 0;
 

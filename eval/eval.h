@@ -1,32 +1,52 @@
 // Orvo's static evaluation: the score of a position in centipawns from the
-// side to move's point of view, with its material-signature cache and the
-// pawn-structure tables.
+// side to move's point of view. An Evaluator holds what one search needs
+// besides the position (the castling rights of its root and its caches), so
+// that searches running side by side never share a scratch value.
 #pragma once
+#include <memory>
+
+#include "eval/terms.h"
 #include "position/board.h"
 
 namespace orvo {
 
-// The full evaluation with the caller's bounds (side to move's view). When
-// the cheap part of the score lies more than 350 outside (alpha, beta) the
-// piece, mobility and king-safety terms are skipped.
-int Evaluate(board& b, int alpha, int beta);
+class Evaluator {
+ public:
+  Evaluator();
+  Evaluator(const Evaluator&) = delete;
+  Evaluator& operator=(const Evaluator&) = delete;
+
+  // The full evaluation with the caller's bounds (side to move's view).
+  // When the cheap part of the score lies more than 350 outside (alpha,
+  // beta) the piece, mobility and king-safety terms are skipped.
+  int evaluate(board& b, int alpha, int beta);
+
+  // Castling rights that stood at the root of the current search: the
+  // castling terms are judged from them. 0 until a search sets them.
+  void set_root_castle(u32 rights) { root_castle_ = rights; }
+  u32 root_castle() const { return root_castle_; }
+
+  // Empties the material-signature cache: check word 0, flag word 3.
+  void clear_material_cache();
+  // The pawn-structure tables (PAWN_TABLE_SIZE records each, for Black and
+  // for White to move), supplied by their owner; nulls go back to the
+  // evaluator's own, allocated when first used.
+  void use_pawn_tables(eval::pawn_record* black_to_move, eval::pawn_record* white_to_move);
+  // Empties the pawn-structure tables in use (every record zeroed).
+  void clear_pawn_tables();
+
+  eval::material_entry* material_cache() { return material_; }
+  eval::pawn_record* pawn_table(int side);
+
+ private:
+  u32 root_castle_ = 0;
+  eval::material_entry material_[eval::MATERIAL_CACHE_SIZE];
+  eval::pawn_record* tables_[2] = {nullptr, nullptr};
+  std::unique_ptr<eval::pawn_record[]> own_tables_[2];
+};
 
 // Builds the evaluation's start-up tables (and the position tables they
 // rest on). Idempotent; cheap after the first call.
 void build_eval_tables();
-
-// Allocates, once, the material-signature cache (1024 entries) and the two
-// pawn-structure tables (32768 records of 64 bytes, one per side to move),
-// all cleared. Evaluate allocates them itself if this was never called.
-void eval_allocate_caches();
-
-// Empties the pawn-structure tables (every record zeroed).
-void clear_pawn_tables();
-// Empties the material-signature cache: check word 0, flag word 3.
-void clear_material_cache();
-
-// Castling rights that stood at the root of the current search; the root
-// search sets it, and the castling terms read it. 0 until a search sets it.
-extern u32 root_castle;
 
 }  // namespace orvo

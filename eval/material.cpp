@@ -10,8 +10,6 @@ namespace orvo::eval {
 
 namespace {
 
-material_entry* cache = nullptr;
-
 constexpr u64 rook_files = 0x8181818181818181ull;
 constexpr u64 a_file = 0x0101010101010101ull;
 constexpr u64 h_file = 0x8080808080808080ull;
@@ -73,15 +71,8 @@ int kbn_value(const board& b) {
 
 }  // namespace
 
-void allocate_material_cache() {
-  if (cache) return;
-  cache = new material_entry[MATERIAL_CACHE_SIZE];
+void clear_material_cache(material_entry* cache) {
   for (int i = 0; i < MATERIAL_CACHE_SIZE; ++i) cache[i] = {0, BOTH_CAN_WIN};
-}
-
-material_entry* material_cache() {
-  if (!cache) allocate_material_cache();
-  return cache;
 }
 
 int material_term(const board& b) {
@@ -187,7 +178,7 @@ bool bare_king_stalemate(const board& b) {
   return true;
 }
 
-u32 material_flags(const board& b) {
+u32 material_flags(const board& b, material_entry* cache) {
   if (b.phase_units[WHITE] >= 13 || b.phase_units[BLACK] >= 13) return BOTH_CAN_WIN;
   const u32 facts = material_facts(b);
   u32 word;
@@ -197,7 +188,7 @@ u32 material_flags(const board& b) {
     // match every emptied entry; it is judged directly instead.
     word = material_part(facts);
   } else {
-    material_entry& e = material_cache()[b.mat_key & (MATERIAL_CACHE_SIZE - 1)];
+    material_entry& e = cache[b.mat_key & (MATERIAL_CACHE_SIZE - 1)];
     if (e.check == check && (e.flags >> FACTS_SHIFT) == facts) {
       word = e.flags;
     } else {
@@ -222,12 +213,3 @@ int pawnless_term(const board& b) {
 }
 
 }  // namespace orvo::eval
-
-namespace orvo {
-
-void clear_material_cache() {
-  eval::material_entry* c = eval::material_cache();
-  for (int i = 0; i < eval::MATERIAL_CACHE_SIZE; ++i) c[i] = {0, eval::BOTH_CAN_WIN};
-}
-
-}  // namespace orvo

@@ -8,13 +8,9 @@
 
 namespace orvo::eval {
 
-pawn_record current_pawns;
 pawn_record empty_pawn_record;
 
 namespace {
-
-pawn_record* own_tables[2] = {nullptr, nullptr};
-pawn_record* tables[2] = {nullptr, nullptr};
 
 template <int C>
 constexpr const int* duo_bonus() {
@@ -261,57 +257,23 @@ int passed_pawn_bonus(const pawn_record& r, int white_material, int black_materi
          passed_bonus_of<BLACK>(r.black_passed, white_material);
 }
 
-void allocate_pawn_tables() {
-  // Only when no owner has supplied tables: the evaluation's own then serve.
-  for (int side = 0; side < 2; ++side) {
-    if (tables[side]) continue;
-    if (!own_tables[side]) own_tables[side] = new pawn_record[PAWN_TABLE_SIZE]();
-    tables[side] = own_tables[side];
-  }
-}
-
-pawn_record* pawn_table(int side) {
-  if (!tables[side & 1]) allocate_pawn_tables();
-  return tables[side & 1];
-}
-
-void attach_pawn_tables(pawn_record* black_to_move, pawn_record* white_to_move) {
-  tables[BLACK] = black_to_move;
-  tables[WHITE] = white_to_move;
-  if (!black_to_move || !white_to_move) {
-    tables[BLACK] = tables[WHITE] = nullptr;
-    allocate_pawn_tables();
-  }
-}
-
-int pawn_structure(const board& b) {
+int pawn_structure(const board& b, pawn_record* table, const pawn_record*& record) {
   const u64 white_pawns = b.white[BB_PAWN], black_pawns = b.black[BB_PAWN];
   if (!(white_pawns | black_pawns)) {
-    // No pawns: the term is 0 and the record becomes that of an empty pawn
-    // structure instead of keeping the previous position's values, so the
-    // other terms never read passers or outposts of pawns that are gone.
-    current_pawns = empty_pawn_record;
+    // No pawns: the term is 0 and the record is that of an empty pawn
+    // structure, so the other terms never read passers or outposts of pawns
+    // that are gone.
+    record = &empty_pawn_record;
     return 0;
   }
   // The key only picks the slot; the record must be the one of these very
   // pawns. Nothing else of the position is in the record: its material
   // enters through the passed-pawn bonus, added afresh at every call.
-  pawn_record& entry = pawn_table(b.side)[b.pawn_key & PAWN_TABLE_MASK];
+  pawn_record& entry = table[b.pawn_key & PAWN_TABLE_MASK];
   if (entry.white_pawns != white_pawns || entry.black_pawns != black_pawns)
     compute_pawn_structure(white_pawns, black_pawns, b.material[WHITE], b.material[BLACK], entry);
-  current_pawns = entry;
+  record = &entry;
   return entry.score + passed_pawn_bonus(entry, b.material[WHITE], b.material[BLACK]);
 }
 
 }  // namespace orvo::eval
-
-namespace orvo {
-
-void clear_pawn_tables() {
-  for (int side = 0; side < 2; ++side) {
-    eval::pawn_record* t = eval::pawn_table(side);
-    for (int i = 0; i < eval::PAWN_TABLE_SIZE; ++i) t[i] = eval::pawn_record{};
-  }
-}
-
-}  // namespace orvo

@@ -59,10 +59,6 @@ struct pawn_detail {
 constexpr int PAWN_TABLE_SIZE = 32768;
 constexpr u64 PAWN_TABLE_MASK = PAWN_TABLE_SIZE - 1;
 
-// The record of the position evaluated last: filled by pawn_structure (a
-// copy of the cached record on a hit), read by the other terms.
-extern pawn_record current_pawns;
-
 // The record of a board without pawns (all files open, no passers, no
 // outposts, the shelter values of bare files); built with the tables.
 extern pawn_record empty_pawn_record;
@@ -78,17 +74,11 @@ int compute_pawn_structure(u64 white_pawns, u64 black_pawns, int white_material,
 int passed_pawn_bonus(const pawn_record& r, int white_material, int black_material);
 
 // The term as the evaluation calls it: the record looked up in the
-// pawn-structure table of the side to move (computed and stored on a miss),
-// its score plus the passed-pawn bonus for the position's material. Fills
-// current_pawns. The result never depends on what the tables held.
-int pawn_structure(const board& b);
-
-// The table for the given side to move (allocating both on first use).
-pawn_record* pawn_table(int side);
-// Lets the owner of the tables (the transposition-table object) supply its
-// own storage: two arrays of PAWN_TABLE_SIZE records, for Black to move and
-// White to move. Passing nulls returns to the evaluation's own tables.
-void attach_pawn_tables(pawn_record* black_to_move, pawn_record* white_to_move);
-void allocate_pawn_tables();
+// pawn-structure table for the side to move (computed and stored on a
+// miss), its score plus the passed-pawn bonus for the position's material.
+// record is set to the position's record (the table's slot, or
+// empty_pawn_record without pawns), which the other terms read. The result
+// never depends on what the table held.
+int pawn_structure(const board& b, pawn_record* table, const pawn_record*& record);
 
 }  // namespace orvo::eval

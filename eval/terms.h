@@ -21,9 +21,8 @@ struct material_entry {
 static_assert(sizeof(material_entry) == 8);
 constexpr int MATERIAL_CACHE_SIZE = 1024;
 
-// The cache (allocated on first use).
-material_entry* material_cache();
-void allocate_material_cache();
+// An emptied cache: every entry check word 0, flag word 3.
+void clear_material_cache(material_entry* cache);
 
 // White material minus Black material, with the minor-piece-for-three-pawns
 // correction.
@@ -34,10 +33,11 @@ u32 win_chance(const board& b);
 // near zone, and every square the lone king could move to is attacked.
 bool bare_king_stalemate(const board& b);
 // Step 1 of the driver: 3, or (both sides below 13 piece units) the
-// win-chance flags, with their material part read from the cache; 0 when the
-// bare-king test answers yes. Always equal to what win_chance and the
-// bare-king test give, whatever the cache holds.
-u32 material_flags(const board& b);
+// win-chance flags, with their material part read from the cache of
+// MATERIAL_CACHE_SIZE entries; 0 when the bare-king test answers yes.
+// Always equal to what win_chance and the bare-king test give, whatever the
+// cache holds.
+u32 material_flags(const board& b, material_entry* cache);
 // The extra term of positions without pawns.
 int pawnless_term(const board& b);
 

@@ -13,7 +13,7 @@
 #include "fuzz/support/sandbox.h"
 #include "fuzz/support/target.h"
 #include "fuzz/support/wraps.h"
-#include "protocol/input.h"
+#include "io/input.h"
 #include "search/hash.h"
 #include "search/search.h"
 #include "tools/epd.h"

@@ -16,7 +16,7 @@
 #include "position/fen.h"
 #include "position/makemove.h"
 #include "position/movegen.h"
-#include "protocol/movetext.h"
+#include "io/movetext.h"
 
 using namespace orvo;
 using namespace orvo::fuzz;

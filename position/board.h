@@ -6,6 +6,10 @@
 
 namespace orvo {
 
+// Keys kept by a board's key history, one per ply: a power of two, since
+// the history is a ring indexed by hist_ply.
+constexpr int KEY_HISTORY_SIZE = 1024;
+
 // Indices into board::white / board::black.
 enum BitboardIndex : int { BB_PAWN = 0, BB_KNIGHT, BB_BISHOP, BB_ROOK, BB_QUEEN, BB_ALL };
 
@@ -15,7 +19,9 @@ class board {
   board(const board&) = default;
   board& operator=(const board&) = default;
   virtual ~board() = default;
-  bool operator==(const board&) const = default;
+  // The same position reached the same way: every field, and the keys of
+  // the plies before this one (the key history beyond them is scratch).
+  bool operator==(const board& o) const;
 
   i8 piece[64] = {};
   u8 color[64] = {};
@@ -48,6 +54,10 @@ class board {
   // king, and the two positional sums (Black's, White's).
   i32 king_attack[2] = {};
   i32 positional[2] = {};
+  // The key before each move made since setup, at its ply (modulo the
+  // size): make writes it, repetition detection reads it. Each board keeps
+  // its own, so a copy can be searched while the original stays as it is.
+  u64 key_history[KEY_HISTORY_SIZE] = {};
 
   // The bitboard set of one colour, chosen by the colour code.
   u64* bb(int c) { return c == WHITE ? white : black; }

@@ -243,10 +243,4 @@ void format_board(const board& b, char* out) {
   std::sprintf(o, "         a   b   c   d   e   f   g   h\n\n");
 }
 
-void print_board(const board& b) {
-  char text[1024];
-  format_board(b, text);
-  std::fputs(text, stdout);
-}
-
 }  // namespace orvo

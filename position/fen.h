@@ -26,9 +26,9 @@ u64 compute_mat_key(const board& b);
 // Writes the position as FEN (the fifty counter and hist_ply / 2 + 1 as the
 // move number) into out, which must hold at least 96 characters.
 void write_fen(const board& b, char* out);
-// The text diagram, and printing it to standard output.
-void format_board(const board& b, char* out);  // out: at least 1024 characters
-void print_board(const board& b);
+// The text diagram (io/output.h prints it).
+constexpr int BOARD_TEXT_SIZE = 1024;
+void format_board(const board& b, char* out);  // out: at least BOARD_TEXT_SIZE characters
 
 extern const char* const start_fen;
 

@@ -6,8 +6,6 @@
 
 namespace orvo {
 
-u64 KeyHistory[KEY_HISTORY_SIZE];
-
 namespace {
 
 inline void toggle_rotated(board& b, int sq) {
@@ -72,7 +70,7 @@ bool make_t(board& b, const Move m, undo& u) {
   u.in_check = b.in_check;
   u.phase = b.phase;
 
-  KeyHistory[b.hist_ply & (KEY_HISTORY_SIZE - 1)] = b.key;
+  b.key_history[b.hist_ply & (KEY_HISTORY_SIZE - 1)] = b.key;
 
   const int old_ep = b.ep;
   b.key ^= zobrist_side[C];

@@ -6,12 +6,8 @@
 
 namespace orvo {
 
-// One key per ply index, written by make at hist_ply before the move; read
-// by repetition detection. Indexed modulo its size, so no game length can
-// write outside it.
-constexpr int KEY_HISTORY_SIZE = 1024;
-extern u64 KeyHistory[KEY_HISTORY_SIZE];
-
+// make writes the key before the move into the board's key history at
+// hist_ply (modulo its size, so no game length can write outside it).
 bool make(board& b, Move m, undo& u);
 void unmake(board& b, const undo& u);
 

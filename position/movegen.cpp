@@ -4,8 +4,6 @@
 
 namespace orvo {
 
-int attackers_list[32];
-
 movegen::movegen() { build_movegen_tables(); }
 
 namespace {
@@ -177,18 +175,18 @@ bool is_attacked(const board& b, int sq, int c) {
   return false;
 }
 
-int list_attackers(const board& b, int type, int c, int target) {
+int list_attackers(const board& b, int type, int c, int target, int* out) {
   if ((c != WHITE && c != BLACK) || type < KNIGHT || type > KING) return 0;
   u64 pieces = type == KING ? b.kings(c) : b.bb(c)[type - 1];
   int n = 0;
-  while (pieces && n < 32) {
+  while (pieces && n < ATTACKERS_MAX) {
     int from = pop_lsb(pieces);
     u64 att = type == KNIGHT ? knight_attacks[from]
               : type == BISHOP ? bishop_attacks(b, from)
               : type == ROOK   ? rook_attacks(b, from)
               : type == QUEEN  ? queen_attacks(b, from)
                                : king_attacks[from];
-    if (att & (1ull << target)) attackers_list[n++] = from;
+    if (att & (1ull << target)) out[n++] = from;
   }
   return n;
 }

@@ -27,9 +27,10 @@ bool is_generated(const board& b, Move m);
 bool is_attacked(const board& b, int sq, int c);
 
 // The from-squares of colour c's pieces of the given type (2..6) that attack
-// target, lowest square first; pawns and other types give none.
-extern int attackers_list[32];
-int list_attackers(const board& b, int type, int c, int target);
+// target, lowest square first, written to out (room for ATTACKERS_MAX);
+// pawns and other types give none. Returns the count.
+constexpr int ATTACKERS_MAX = 32;
+int list_attackers(const board& b, int type, int c, int target, int* out);
 
 // The movegen object: holds nothing, its constructor builds the tables once.
 class movegen {

@@ -16,13 +16,9 @@ struct PerftCounts {
   i64 promotions[PERFT_MAX_DEPTH];
   i64 castles[PERFT_MAX_DEPTH];
 };
-extern PerftCounts perft_counts;
 
-// Zeroes the counters and walks depth levels (1..PERFT_MAX_DEPTH) from b.
-void perft_run(board& b, int depth);
-// The "perft" command: reads the depth with atoi; nothing for depth <= 0;
-// a depth above PERFT_MAX_DEPTH is refused with a message. Otherwise walks,
-// prints the table and the elapsed milliseconds.
-void perft_command(board& b, const char* arg);
+// Walks depth levels (1..PERFT_MAX_DEPTH) from b and returns the counters;
+// all zero for a depth outside that range. b comes back as it was.
+PerftCounts perft_run(board& b, int depth);
 
 }  // namespace orvo

@@ -6,41 +6,24 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "book/book.h"
-#include "engine/chess.h"
-#include "eval/eval.h"
+#include "io/input.h"
+#include "io/movetext.h"
+#include "io/numbers.h"
+#include "io/output.h"
 #include "position/fen.h"
-#include "protocol/input.h"
-#include "protocol/movetext.h"
-#include "protocol/numbers.h"
-#include "protocol/output.h"
-#include "search/hash.h"
-#include "search/search.h"
-#include "tools/egbb.h"
-#include "tools/ini.h"
 
-
-// Nothing here owns an object with a destructor: the search's input poll
-// calls the line handler from deep inside a search that may be unwound by
-// a jump.
+// Nothing here owns an object with a destructor while a search runs: the
+// search's poll calls the line handler from deep inside a search that may
+// be unwound by a jump once it returns.
 
 namespace orvo {
 
 namespace {
 
 constexpr const char* AUTHOR = "Erwan Tollis Quenby";
-constexpr int OPTION_VALUE_SIZE = 256;
 
-struct UciOption {
-  const char* name;  // nullptr ends the table
-  int visible;
-  const char* default_value;
-  const char* type;
-  const char* range;  // may be empty
-  char value[OPTION_VALUE_SIZE];
-};
-
-UciOption options[] = {
+// The options in the order of the handshake.
+const Uci::Option DEFAULT_OPTIONS[Uci::OPTION_COUNT] = {
     // Hash is read once, when the engine is first set up.
     {"Hash", 1, "32", "spin", "min 1 max 128", ""},
     // When true the time for a move is stretched by 1.25.
@@ -49,16 +32,7 @@ UciOption options[] = {
     // the ini file.
     {"OwnBook", 1, "true", "check", "", ""},
     {"BookFile", 1, "Orvo.bin", "string", "", ""},
-    {nullptr, 0, nullptr, nullptr, nullptr, ""},
 };
-
-bool engine_ready = false;
-
-UciOption* find_option(const char* name) {
-  for (UciOption* o = options; o->name; ++o)
-    if (std::strcmp(o->name, name) == 0) return o;
-  return nullptr;
-}
 
 void copy_bounded(char* dst, const char* src, int size) {
   int n = 0;
@@ -69,14 +43,13 @@ void copy_bounded(char* dst, const char* src, int size) {
   dst[n] = 0;
 }
 
-// The search's input hook: obey one waiting line. "stop" and "quit" act
-// through the flags and the exit; the poll itself decides when to unwind.
-bool uci_poll_input(chess& c) {
-  uci_handle_line(c);
-  return false;
-}
-
-bool busy(const chess& c) { return c.searching || c.force_mode; }
+// The periodic "info" line comes at most once a second; "info currmove"
+// only once the search has run a second.
+constexpr double INFO_INTERVAL = 1.0;
+constexpr double CURRMOVE_AFTER = 1.0;
+constexpr double MILLISECONDS = 1000.0;
+// CPU load is printed in thousandths.
+constexpr double PER_MILLE = 1000.0;
 
 // Words of a "go" line, split at blanks.
 struct WordReader {
@@ -103,159 +76,180 @@ struct WordReader {
 
 }  // namespace
 
-bool option_set(const char* name, const char* value) {
-  UciOption* o = find_option(name);
+Uci::Uci(Core& c) : core(c), search(c.search) {
+  for (int i = 0; i < OPTION_COUNT; ++i) options[i] = DEFAULT_OPTIONS[i];
+}
+
+Uci::~Uci() { search.set_listener(nullptr); }
+
+Uci::Option* Uci::find_option(const char* name) {
+  for (Option& o : options)
+    if (std::strcmp(o.name, name) == 0) return &o;
+  return nullptr;
+}
+
+const Uci::Option* Uci::find_option(const char* name) const {
+  for (const Option& o : options)
+    if (std::strcmp(o.name, name) == 0) return &o;
+  return nullptr;
+}
+
+bool Uci::option_set(const char* name, const char* value) {
+  Option* o = find_option(name);
   if (!o) return false;
-  copy_bounded(o->value, value, OPTION_VALUE_SIZE);
+  copy_bounded(o->value, value, UCI_OPTION_VALUE_SIZE);
   return true;
 }
 
-bool option_is_true(const char* name) {
-  const UciOption* o = find_option(name);
+bool Uci::option_is_true(const char* name) const {
+  const Option* o = find_option(name);
   if (!o) return false;
   return std::strcmp(o->value, "true") == 0 || std::strcmp(o->value, "yes") == 0 ||
          std::strcmp(o->value, "1") == 0;
 }
 
-const char* option_value(const char* name) {
-  const UciOption* o = find_option(name);
+const char* Uci::option_value(const char* name) const {
+  const Option* o = find_option(name);
   return o ? o->value : nullptr;
 }
 
-void options_reset() {
-  for (UciOption* o = options; o->name; ++o) copy_bounded(o->value, o->default_value, OPTION_VALUE_SIZE);
+void Uci::options_reset() {
+  for (Option& o : options) copy_bounded(o.value, o.default_value, UCI_OPTION_VALUE_SIZE);
 }
 
-bool uci_engine_ready() { return engine_ready; }
-
-void uci_handshake(chess& c) {
-  c.uci_mode = 1;
-  c.xboard_mode = 0;
-  c.searching = c.ponder_search = c.force_mode = 0;
-  c.poll_input = uci_poll_input;
-  resetSearch(c);
-  set_position(c.pos, start_fen);
+void Uci::handshake() {
+  searching = ponder_search = bestmove_owed = 0;
+  search.set_listener(this);
+  search.reset(true);
+  set_position(core.game.pos, start_fen);
   send_line("id name Orvo v%s", ORVO_VERSION);
   send_line("id author %s", AUTHOR);
   options_reset();
-  for (const UciOption* o = options; o->name; ++o) {
-    if (!o->visible) continue;
-    if (o->range[0])
-      send_line("option name %s type %s default %s %s", o->name, o->type, o->value, o->range);
+  for (const Option& o : options) {
+    if (!o.visible) continue;
+    if (o.range[0])
+      send_line("option name %s type %s default %s %s", o.name, o.type, o.value, o.range);
     else
-      send_line("option name %s type %s default %s", o->name, o->type, o->value);
+      send_line("option name %s type %s default %s", o.name, o.type, o.value);
   }
   send_line("uciok");
 }
 
-void uci_start(chess& c) {
-  uci_handshake(c);
-  for (;;) uci_handle_line(c);
+LoopEnd Uci::run() {
+  handshake();
+  while (!quitting) handle_line();
+  return LoopEnd{exit_status, true};
 }
 
-void uci_engine_init(chess& c) {
-  if (engine_ready) return;
-  engine_ready = true;
-  read_ini();
-  c.book_on = open_book(c) ? 1 : 0;
-  tt_resize(read_int(option_value("Hash")));
-  egbb_load();
-  resetSearch(c);
+void Uci::engine_init() {
+  if (engine_ready_) return;
+  engine_ready_ = true;
+  read_ini(core.settings);
+  book_on = core.book.open(core.settings.book_path) ? 1 : 0;
+  core.tt.resize(read_int(option_value("Hash")));
+  core.bitbases.load(core.settings.egbb_path);
+  search.reset(true);
   // Deliberate: a "position" sent before the first "isready" or "go" is
   // lost here.
-  set_position(c.pos, start_fen);
-  tt_clear();
-  eval_allocate_caches();
+  set_position(core.game.pos, start_fen);
+  core.tt.clear();
   // Deliberate second load: it releases the first and reports again.
-  egbb_load();
+  core.bitbases.load(core.settings.egbb_path);
 }
 
-void uci_handle_line(chess& c) {
+void Uci::handle_line() {
   char line[UCI_LINE_SIZE];
   if (!read_line(line, UCI_LINE_SIZE)) {
     const int error = errno;
-    if (input_error()) fatal("my_file_read_line(): fgets(): %s\n", std::strerror(error));
-    std::exit(0);
+    if (input_error()) {
+      fatal("my_file_read_line(): fgets(): %s\n", std::strerror(error));
+      exit_status = 1;
+    }
+    quitting = true;
+    return;
   }
   if (char* nl = std::strchr(line, '\n')) *nl = 0;
-  uci_execute(c, line);
+  execute(line);
 }
+
+// The commands, with access to the side's state.
+struct UciCommands {
+  static void isready(Uci& u, char*) {
+    if (!u.busy()) u.engine_init();
+    // Answered at once, also while a search runs.
+    out("readyok\n");
+  }
+
+  static void go(Uci& u, char* line) {
+    if (u.busy()) return;
+    u.engine_init();
+    u.go(line);
+  }
+
+  static void ponderhit(Uci& u, char*) {
+    if (u.searching) {
+      // The search goes on under the time limits that came with "go ponder".
+      u.search.limits.infinite = false;
+      u.ponder_search = 0;
+    } else if (u.bestmove_owed) {
+      u.send_bestmove();
+      u.bestmove_owed = 0;
+    }
+  }
+
+  static void position(Uci& u, char* line) {
+    if (!u.busy()) u.position(line);
+  }
+
+  static void quit(Uci& u, char*) { u.quitting = true; }
+
+  static void setoption(Uci& u, char* line) {
+    if (u.busy()) return;
+    char* name = std::strstr(line, "name ");
+    char* value = std::strstr(line, "value ");
+    // Options without a value (buttons) can therefore not be set.
+    if (!name || !value || value < name) return;
+    value[-1] = 0;
+    u.option_set(name + 5, value + 6);  // an unknown name is ignored
+  }
+
+  static void stop(Uci& u, char*) {
+    if (u.searching) {
+      u.search.state.stop_command = true;
+      u.ponder_search = 0;  // the move goes out as soon as the search unwinds
+    } else if (u.bestmove_owed) {
+      u.send_bestmove();
+      u.bestmove_owed = 0;
+    }
+  }
+
+  static void ucinewgame(Uci& u, char*) {
+    if (!u.busy() && u.engine_ready_) {
+      u.core.tt.clear();
+      u.core.book.new_game();
+    }
+  }
+};
 
 namespace {
-
-void cmd_isready(chess& c, char*) {
-  if (!busy(c)) uci_engine_init(c);
-  // Answered at once, also while a search runs.
-  out("readyok\n");
-}
-
-void cmd_go(chess& c, char* line) {
-  if (busy(c)) return;
-  uci_engine_init(c);
-  uci_go(c, line);
-}
-
-void cmd_ponderhit(chess& c, char*) {
-  if (c.searching) {
-    // The search goes on under the time limits that came with "go ponder".
-    limits.infinite = false;
-    c.ponder_search = 0;
-  } else if (c.force_mode) {
-    uci_send_bestmove(c);
-    c.force_mode = 0;
-  }
-}
-
-void cmd_position(chess& c, char* line) {
-  if (!busy(c)) uci_position(c, line);
-}
-
-void cmd_quit(chess&, char*) { std::exit(0); }
-
-void cmd_setoption(chess& c, char* line) {
-  if (busy(c)) return;
-  char* name = std::strstr(line, "name ");
-  char* value = std::strstr(line, "value ");
-  // Options without a value (buttons) can therefore not be set.
-  if (!name || !value || value < name) return;
-  value[-1] = 0;
-  option_set(name + 5, value + 6);  // an unknown name is ignored
-}
-
-void cmd_stop(chess& c, char*) {
-  if (c.searching) {
-    state.stop_command = true;
-    c.ponder_search = 0;  // the move goes out as soon as the search unwinds
-  } else if (c.force_mode) {
-    uci_send_bestmove(c);
-    c.force_mode = 0;
-  }
-}
-
-void cmd_ucinewgame(chess& c, char*) {
-  if (!busy(c) && engine_ready) {
-    tt_clear();
-    c.book_failures = 0;
-  }
-}
 
 struct UciCommand {
   const char* name;
   bool prefix;  // the line only has to begin with the name
-  void (*run)(chess&, char* line);
+  void (*run)(Uci&, char* line);
 };
 
 // Tried in this order. Anything else, "uci", "debug" and "register"
 // included, is ignored.
 const UciCommand uci_commands[] = {
-    {"isready", false, cmd_isready},
-    {"go", true, cmd_go},
-    {"ponderhit", false, cmd_ponderhit},
-    {"position", true, cmd_position},
-    {"quit", false, cmd_quit},
-    {"setoption", true, cmd_setoption},
-    {"stop", false, cmd_stop},
-    {"ucinewgame", false, cmd_ucinewgame},
+    {"isready", false, UciCommands::isready},
+    {"go", true, UciCommands::go},
+    {"ponderhit", false, UciCommands::ponderhit},
+    {"position", true, UciCommands::position},
+    {"quit", false, UciCommands::quit},
+    {"setoption", true, UciCommands::setoption},
+    {"stop", false, UciCommands::stop},
+    {"ucinewgame", false, UciCommands::ucinewgame},
 };
 
 // The values a "go" line gives; times in seconds, -1 (or false) when the
@@ -265,8 +259,6 @@ struct GoWords {
   int depth = -1, mate = -1, movestogo = -1;
   bool infinite = false, ponder = false;
 };
-
-constexpr double MILLISECONDS = 1000.0;
 
 struct GoWord {
   const char* keyword;  // matched by this prefix
@@ -323,67 +315,67 @@ GoWords read_go_words(const char* line) {
 
 }  // namespace
 
-void uci_execute(chess& c, char* line) {
+void Uci::execute(char* line) {
   for (const UciCommand& cmd : uci_commands) {
     const size_t n = std::strlen(cmd.name);
     const bool match = cmd.prefix ? std::strncmp(line, cmd.name, n) == 0 : std::strcmp(line, cmd.name) == 0;
     if (match) {
-      cmd.run(c, line);
+      cmd.run(*this, line);
       return;
     }
   }
 }
 
-bool uci_set_limits(chess& c, const char* line) {
+bool Uci::set_limits(const char* line) {
   const GoWords g = read_go_words(line);
-  const double wtime = g.wtime, btime = g.btime, winc = g.winc, binc = g.binc, movetime = g.movetime;
-  const int depth = g.depth, mate = g.mate, movestogo = g.movestogo;
-  const bool infinite = g.infinite, ponder = g.ponder;
-
-  resetSearch(c);  // in UCI mode this clears every limit
-  if (depth >= 0) {
-    limits.depthLimit = depth;
-    limits.fixedDepth = true;
-  } else if (mate >= 0) {
-    const long long plies = 2LL * mate - 1;
-    limits.depthLimit = plies > INT_MAX ? INT_MAX : int(plies);
-    limits.fixedDepth = true;
+  SearchLimits& limits = search.limits;
+  search.reset(true);  // every limit cleared
+  if (g.depth >= 0) {
+    limits.depth_limit = g.depth;
+    limits.fixed_depth = true;
+  } else if (g.mate >= 0) {
+    const long long plies = 2LL * g.mate - 1;
+    limits.depth_limit = plies > INT_MAX ? INT_MAX : int(plies);
+    limits.fixed_depth = true;
   }
-  const double time = c.pos.side == WHITE ? wtime : btime;
-  double inc = c.pos.side == WHITE ? winc : binc;
-  const int togo = movestogo < 1 ? 30 : movestogo;
+  const bool white = core.game.pos.side == WHITE;
+  const double time = white ? g.wtime : g.btime;
+  double inc = white ? g.winc : g.binc;
+  const int togo = g.movestogo < 1 ? DEFAULT_MOVES_TO_GO : g.movestogo;
   if (inc < 0) inc = 0;
-  if (movetime >= 0) {
+  if (g.movetime >= 0) {
     // The target lies far beyond the hard limit, so only the hard limit
     // ends the search.
-    limits.hardLimit = movetime;
+    limits.hard_limit = g.movetime;
     limits.timed = true;
-    limits.targetTime = movetime * 5.0;
+    limits.target_time = g.movetime * MOVE_TIME_TARGET_FACTOR;
   } else if (time >= 0) {
-    const double factor = option_is_true("Ponder") ? 1.25 : 1.0;
+    const double factor = option_is_true("Ponder") ? PONDER_TIME_FACTOR : 1.0;
     const TimeAllocation a = allocate_time(time, inc, togo, factor);
     limits.timed = true;
-    limits.targetTime = a.target;
-    limits.hardLimit = a.hard;
+    limits.target_time = a.target;
+    limits.hard_limit = a.hard;
   }
-  if (infinite || ponder) limits.infinite = true;
-  return infinite || ponder;
+  if (g.infinite || g.ponder) limits.infinite = true;
+  return g.infinite || g.ponder;
 }
 
-void uci_go(chess& c, const char* line) {
-  const bool wait_for_command = uci_set_limits(c, line);
-  c.searching = 1;
-  c.ponder_search = wait_for_command ? 1 : 0;
-  c.force_mode = 0;
-  think(c);
-  c.searching = 0;
+void Uci::go(const char* line) {
+  const bool wait_for_command = set_limits(line);
+  searching = 1;
+  ponder_search = wait_for_command ? 1 : 0;
+  bestmove_owed = 0;
+  search.think(core.game.pos);
+  searching = 0;
+  // "quit" or the end of input during the search: nobody waits for a move.
+  if (quitting) return;
   // After "go infinite" or "go ponder" the move is held back until "stop"
   // or "ponderhit", even when the search ended by itself.
-  c.force_mode = c.ponder_search;
-  if (!c.force_mode) uci_send_bestmove(c);
+  bestmove_owed = ponder_search;
+  if (!bestmove_owed) send_bestmove();
 }
 
-void uci_position(chess& c, char* line) {
+void Uci::position(char* line) {
   char* fen = std::strstr(line, "fen");
   char* moves = std::strstr(line, "moves");
   const char* move_text = nullptr;
@@ -393,10 +385,11 @@ void uci_position(chess& c, char* line) {
   if (fen && moves) *moves = 0;
   // The FEN starts four characters after "fen"; the word "startpos" is
   // never looked at.
+  board& b = core.game.pos;
   if (fen)
-    set_position(c.pos, fen[3] ? fen + 4 : fen + 3);
+    set_position(b, fen[3] ? fen + 4 : fen + 3);
   else
-    set_position(c.pos, start_fen);
+    set_position(b, start_fen);
   if (!move_text) return;
   const char* p = move_text;
   while (*p) {
@@ -413,22 +406,88 @@ void uci_position(chess& c, char* line) {
     }
     move[n] = 0;
     p += n;
-    apply_coordinate_move(c, move);  // a move that cannot be played is skipped
+    apply_coordinate_move(core.game, move);  // a move that cannot be played is skipped
     while (*p == ' ') ++p;
   }
 }
 
-void uci_send_bestmove(chess& c) {
-  (void)c;
-  send_line("info time %.0f nodes %lld nps %.0f cpuload %.0f", search_clock.elapsed * 1000.0, (long long)nodes,
-            search_clock.nps, search_clock.cpu_load * 1000.0);
+void Uci::send_bestmove() {
+  const SearchClock& k = search.clock;
+  send_line("info time %.0f nodes %lld nps %.0f cpuload %.0f", k.elapsed * MILLISECONDS,
+            static_cast<long long>(search.nodes), k.nps, k.cpu_load * PER_MILLE);
+  const Move best_move = search.state.best_move, reply_move = search.state.expected_reply;
   char best[6], reply[6];
-  move_to_text(state.best_move, best);
-  move_to_text(state.expected_reply, reply);
-  if (state.expected_reply > 0 && is_coordinate_move(reply))
+  move_to_text(best_move, best);
+  move_to_text(reply_move, reply);
+  if (reply_move > 0 && is_coordinate_move(reply))
     send_line("bestmove %s ponder %s", best, reply);
   else
     send_line("bestmove %s", best);
+}
+
+void Uci::search_started(const Search&) { last_info_ = 0; }
+
+bool Uci::book_move(const Search&, const Move* moves, int count, Move& out) {
+  if (!book_on || !core.book.worth_asking()) return false;
+  return core.book.probe(core.game.pos, core.settings.book_path, moves, count, out);
+}
+
+void Uci::root_move(const Search& s) {
+  if (s.elapsed_now() < CURRMOVE_AFTER) return;
+  char m[8];
+  // Deliberate: names the best move so far, not the move being searched.
+  move_to_text(s.state.best_move, m);
+  send_line("info currmove %s currmovenumber %d", m, s.state.current_move_index + 1);
+}
+
+void Uci::new_best(const Search& s) {
+  char text[1024];
+  size_t n = 0;
+  text[0] = 0;
+  for (int i = 0; i < MAX_PLY + 1 && s.pv[i] && n + 8 < sizeof text; ++i) {
+    char m[8];
+    move_to_text(s.pv[i], m);
+    n += std::snprintf(text + n, sizeof text - n, n ? " %s" : "%s", m);
+  }
+  const SearchState& st = s.state;
+  const char* bound = st.best_bound == BOUND_LOWER ? " lowerbound" : st.best_bound == BOUND_UPPER ? " upperbound" : "";
+  const double ms = s.clock.elapsed * MILLISECONDS;
+  const int score = st.best_score;
+  if (score < -MATE_BOUND || score > MATE_BOUND) {
+    // Moves to mate: the mated side's count is negative.
+    const int mate = score < -MATE_BOUND ? -((score + MATE) / 2) : (MATE + 1 - score) / 2;
+    send_line("info depth %d seldepth %d score mate %d%s time %.0f nodes %lld pv %s", st.best_depth, s.seldepth,
+              mate, bound, ms, static_cast<long long>(s.nodes), text);
+  } else {
+    send_line("info depth %d seldepth %d score cp %d%s time %.0f nodes %lld pv %s", st.best_depth, s.seldepth,
+              score, bound, ms, static_cast<long long>(s.nodes), text);
+  }
+}
+
+void Uci::iteration_done(const Search& s, int depth) {
+  send_line("info depth %d seldepth %d time %.0f nodes %lld", depth, s.seldepth, s.clock.elapsed * MILLISECONDS,
+            static_cast<long long>(s.nodes));
+}
+
+void Uci::progress(const Search& s) {
+  const SearchClock& k = s.clock;
+  if (k.elapsed < last_info_ + INFO_INTERVAL) return;
+  last_info_ = k.elapsed;
+  send_line("info time %.0f nodes %lld nps %.0f cpuload %.0f", k.elapsed * MILLISECONDS,
+            static_cast<long long>(s.nodes), k.nps, k.cpu_load * PER_MILLE);
+}
+
+// Each waiting line is obeyed in turn: "stop" and "ponderhit" act through
+// the search's state and limits, "isready" is answered at once, and "go",
+// "position", "setoption" and "ucinewgame" are ignored while the search
+// runs. "quit", the end of input and a read error give the search up.
+bool Uci::keep_searching(Search& s) {
+  while (input_available()) {
+    handle_line();
+    if (quitting) return false;
+    if (s.state.stop_command || input_at_eof()) break;
+  }
+  return true;
 }
 
 }  // namespace orvo

@@ -1,27 +1,24 @@
 // The xboard command loop: the line reader and tokenizer, the command
-// table, and what a command does when it arrives while a search runs.
+// table, what a command does when it arrives while a search runs, and the
+// thinking lines.
 #include "protocol/xboard.h"
 
-#include <cstdlib>
+#include <chrono>
+#include <cstdio>
 #include <cstring>
 
-#include "book/book.h"
-#include "eval/eval.h"
+#include "io/input.h"
+#include "io/movetext.h"
+#include "io/numbers.h"
+#include "io/output.h"
 #include "position/fen.h"
 #include "position/perft.h"
-#include "protocol/input.h"
-#include "protocol/numbers.h"
-#include "protocol/output.h"
+#include "protocol/epd.h"
 #include "protocol/xboard_internal.h"
-#include "search/hash.h"
-#include "search/search.h"
-#include "tools/egbb.h"
-#include "tools/epd.h"
-#include "tools/ini.h"
 
-// Nothing here owns an object with a destructor: the search's input hook
-// runs these commands from deep inside a search that may be unwound by a
-// jump.
+// Nothing here owns an object with a destructor while a search runs: the
+// search's poll calls keep_searching from deep inside a search that may be
+// unwound by a jump once it returns.
 
 namespace orvo {
 
@@ -34,10 +31,7 @@ Tokens::Tokens(char* line) {
 
 namespace {
 
-// The last piece read ended without a newline: the line goes on.
-bool in_long_line = false;
-
-void cmd_protover(chess&, Tokens& t) {
+void cmd_protover(Xboard&, Tokens& t) {
   t.take();
   out("feature ping=0 playother=0 san=0 usermove=1 time=1 draw=0 sigint=0 sigterm=0 reuse=0 "
       "analyze=1 myname=\"Orvo v%s\" variants=\"normal\" setboard=1 colors=0 ics=0 name=0 "
@@ -45,55 +39,84 @@ void cmd_protover(chess&, Tokens& t) {
       ORVO_VERSION);
 }
 
-void cmd_skip_one(chess&, Tokens& t) { t.take(); }
-void cmd_nothing(chess&, Tokens&) {}
+void cmd_skip_one(Xboard&, Tokens& t) { t.take(); }
+void cmd_nothing(Xboard&, Tokens&) {}
 
 // Answered although the feature line announces ping=0.
-void cmd_ping(chess&, Tokens& t) { out("pong %d\n", read_int(t.take())); }
+void cmd_ping(Xboard&, Tokens& t) { out("pong %d\n", read_int(t.take())); }
 
-void cmd_d(chess& c, Tokens&) {
-  c.show_board = 1;
-  print_board(c.pos);
+void cmd_d(Xboard& x, Tokens&) {
+  x.show_board = 1;
+  print_board(x.game.pos);
 }
 
-void cmd_force(chess& c, Tokens&) {
-  c.force_mode = 1;
-  c.computer_side = -1;
+void cmd_force(Xboard& x, Tokens&) {
+  x.force_mode = 1;
+  x.computer_side = -1;
 }
 
-void cmd_hard(chess& c, Tokens&) { c.ponder_on = 1; }
-void cmd_easy(chess& c, Tokens&) { c.ponder_on = 0; }
-void cmd_post(chess& c, Tokens&) { c.post_on = 1; }
-void cmd_nopost(chess& c, Tokens&) { c.post_on = 0; }
+void cmd_hard(Xboard& x, Tokens&) { x.ponder_on = 1; }
+void cmd_easy(Xboard& x, Tokens&) { x.ponder_on = 0; }
+void cmd_post(Xboard& x, Tokens&) { x.post_on = 1; }
+void cmd_nopost(Xboard& x, Tokens&) { x.post_on = 0; }
 
-void cmd_quit(chess&, Tokens&) {
+void cmd_quit(Xboard& x, Tokens&) {
   out("Orvo is leaving.\n");
-  std::exit(0);
+  x.quitting = true;
 }
 
-void cmd_fen(chess& c, Tokens&) {
+void cmd_fen(Xboard& x, Tokens&) {
   char text[128];
-  write_fen(c.pos, text);
+  write_fen(x.game.pos, text);
   out("%s\n", text);
 }
 
-void cmd_test(chess& c, Tokens& t) {
+void cmd_test(Xboard& x, Tokens& t) {
   const int n = read_int(t.take());
   if (n < 1 || n > EPD_SUITE_COUNT) return;
-  epd_read(epd_suite_path(n));
-  c.searching = c.running_suite = 1;
-  epd_run(c);
-  c.searching = c.running_suite = 0;
+  if (!x.epd) x.epd = std::make_unique<EpdRunner>();
+  if (x.epd->read(epd_suite_path(n)) < 0) {
+    // A suite that cannot be read ends the program, as it always has.
+    x.quit_requested = 1;
+    x.quitting = true;
+    return;
+  }
+  x.searching = x.running_suite = 1;
+  x.epd->run(x);
+  x.searching = x.running_suite = 0;
 }
 
-void cmd_perft(chess& c, Tokens& t) { perft_command(c.pos, t.take()); }
+// perft N: the table of counts by level and the milliseconds it took.
+void cmd_perft(Xboard& x, Tokens& t) {
+  const int depth = read_int(t.take());
+  if (depth <= 0) return;
+  if (depth > x.perft_limit) {
+    out("perft: depth %d is too deep, the largest is %d\n", depth, x.perft_limit);
+    return;
+  }
+  const auto start = std::chrono::steady_clock::now();
+  const PerftCounts counts = perft_run(x.game.pos, depth);
+  out("depth          moves   captures en_passant  promotion     castle\n");
+  for (int k = 1; k <= depth; ++k) {
+    const int l = k - 1;
+    out("perft(%d): %10lld %10lld %10lld %10lld %10lld\n", k, static_cast<long long>(counts.moves[l]),
+        static_cast<long long>(counts.captures[l]), static_cast<long long>(counts.ep[l]),
+        static_cast<long long>(counts.promotions[l]), static_cast<long long>(counts.castles[l]));
+  }
+  const auto ms =
+      std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start).count();
+  out("\n%u ms\n", static_cast<unsigned>(ms));
+}
 
 // The static score of the game position. The castling terms are judged
 // from this position's rights, as a search started here would, and the
 // window is open so that the full evaluation runs.
-void cmd_eval(chess& c, Tokens&) {
-  root_castle = c.pos.castle;
-  out("%d\n", Evaluate(c.pos, NO_SCORE, -NO_SCORE));
+void cmd_eval(Xboard& x, Tokens&) {
+  hash& tt = x.core.tt;
+  if (tt.eval_tables[BLACK] && tt.eval_tables[WHITE])
+    x.evaluator.use_pawn_tables(tt.eval_tables[BLACK], tt.eval_tables[WHITE]);
+  x.evaluator.set_root_castle(x.game.pos.castle);
+  out("%d\n", x.evaluator.evaluate(x.game.pos, NO_SCORE, -NO_SCORE));
 }
 
 using enum DuringSearch;
@@ -148,44 +171,38 @@ const Command commands[] = {
 };
 
 // Obeys the commands of a line that arrived while a search runs. True
-// when a command takes over: the search is then given up, and the line
-// from that command on is kept for the command loop.
-bool execute_during_search(chess& c, char* line) {
+// when the search must be given up: a command takes over (the line from
+// that command on is kept for the command loop), or "quit".
+bool execute_during_search(Xboard& x, char* line) {
   Tokens t(line);
   while (t.next < t.count) {
     const int at = t.next++;
     const Command* cmd = find_command(t.word[at]);
     if (!cmd) continue;
     if (cmd->during_search == take_over) {
-      defer_tokens(c, t, at);
+      defer_tokens(x, t, at);
       return true;
     }
-    cmd->run(c, t);
+    cmd->run(x, t);
+    if (x.quitting) return true;
   }
   return false;
 }
 
-// The search's input hook. While pondering, the ponder reader serves;
-// otherwise each waiting line is obeyed in place. The original design ran
-// the whole command loop here, nested inside the search, and never came
-// back to it; commands that change the game now end the search instead, so
-// loops and searches never nest.
-bool xboard_poll_input(chess& c) {
-  if (c.pondering) return ponder_reader(c, false);
-  // A line that took over is already waiting for the loop: give up again.
-  if (c.has_deferred) return true;
-  char line[XBOARD_LINE_SIZE];
-  if (!read_command_line(line)) {
-    // End of input: the front end has gone, and nobody is left to read a
-    // move or to stop a search. Every search is given up at once, and the
-    // command loop then meets the end of input too and returns. A test
-    // suite is the exception while a depth or time limit bounds each of its
-    // searches: it is a batch job, typically piped in ("sd 6", "test 1"),
-    // and runs to its summary.
-    return !(c.running_suite && (limits.fixedDepth || limits.timed));
+// The PV as coordinate text, with the move being pondered on in front.
+void pv_text(const Xboard& x, const Search& s, char* text, size_t cap) {
+  size_t n = 0;
+  text[0] = 0;
+  if (x.pondering && x.ponder_move_text[0]) n += std::snprintf(text, cap, "(%s)", x.ponder_move_text);
+  for (int i = 0; i < MAX_PLY + 1 && s.pv[i] && n + 8 < cap; ++i) {
+    char m[8];
+    move_to_text(s.pv[i], m);
+    n += std::snprintf(text + n, cap - n, n ? " %s" : "%s", m);
   }
-  return execute_during_search(c, line);
 }
+
+// Thinking output in centiseconds.
+constexpr double CENTISECONDS_PER_SECOND = 100.0;
 
 }  // namespace
 
@@ -195,13 +212,13 @@ const Command* find_command(const char* name) {
   return nullptr;
 }
 
-bool read_command_line(char* line) {
+bool read_command_line(Xboard& x, char* line) {
   for (;;) {
     if (!read_line(line, XBOARD_LINE_SIZE)) return false;
     const size_t len = std::strlen(line);
     const bool whole = len > 0 && line[len - 1] == '\n';
-    const bool tail_newline = in_long_line && len == 1 && whole;
-    in_long_line = !whole;
+    const bool tail_newline = x.in_long_line && len == 1 && whole;
+    x.in_long_line = !whole;
     // The newline that ends a line of exactly 255 characters arrives as a
     // piece of its own; it is not an empty line.
     if (tail_newline) continue;
@@ -210,60 +227,112 @@ bool read_command_line(char* line) {
   }
 }
 
-void defer_tokens(chess& c, const Tokens& t, int from) {
+void defer_tokens(Xboard& x, const Tokens& t, int from) {
   size_t n = 0;
   for (int i = from; i < t.count; ++i) {
     const size_t len = std::strlen(t.word[i]);
-    if (n + len + 2 > sizeof c.deferred) break;  // cannot happen: the words came from one line
-    if (n) c.deferred[n++] = ' ';
-    std::memcpy(c.deferred + n, t.word[i], len);
+    if (n + len + 2 > sizeof x.deferred) break;  // cannot happen: the words came from one line
+    if (n) x.deferred[n++] = ' ';
+    std::memcpy(x.deferred + n, t.word[i], len);
     n += len;
   }
-  c.deferred[n] = 0;
-  c.has_deferred = 1;
+  x.deferred[n] = 0;
+  x.has_deferred = 1;
 }
 
-void xboard_init(chess& c) {
-  static bool first = true;
-  if (first) {
-    first = false;
-    read_ini();
-    c.book_on = open_book(c);
-    tt_resize(hash_size);
-    egbb_load();
-    eval_allocate_caches();
+Xboard::Xboard(Core& c) : core(c), game(c.game), search(c.search), perft_limit(PERFT_MAX_DEPTH) {}
+
+Xboard::~Xboard() { search.set_listener(nullptr); }
+
+void Xboard::init() {
+  if (!initialised_) {
+    initialised_ = true;
+    read_ini(core.settings);
+    book_on = core.book.open(core.settings.book_path);
+    core.tt.resize(core.settings.hash_size);
+    core.bitbases.load(core.settings.egbb_path);
   }
-  c.poll_input = xboard_poll_input;
-  c.computer_side = -1;
-  c.quit_requested = 0;
-  c.post_on = 1;
-  c.searching = c.ponder_search = c.force_mode = 0;
-  clear_material_cache();
-  tt_clear();
+  search.set_listener(this);
+  computer_side = -1;
+  quit_requested = 0;
+  post_on = 1;
+  searching = ponder_search = force_mode = 0;
+  search.eval.clear_material_cache();
+  core.tt.clear();
 }
 
-void xboard_execute(chess& c, char* line) {
+void Xboard::execute(char* line) {
   Tokens t(line);
-  while (t.next < t.count) {
+  while (t.next < t.count && !quitting) {
     const Command* cmd = find_command(t.word[t.next++]);
-    if (cmd) cmd->run(c, t);
+    if (cmd) cmd->run(*this, t);
   }
 }
 
-void xboard_loop(chess& c) {
+LoopEnd Xboard::loop() {
   char line[XBOARD_LINE_SIZE];
-  for (;;) {
-    if (c.has_deferred) {
+  while (!quitting) {
+    if (has_deferred) {
       // The rest of a line that ended a search or the ponder phase.
-      std::memcpy(line, c.deferred, sizeof line);
-      c.has_deferred = 0;
+      std::memcpy(line, deferred, sizeof line);
+      has_deferred = 0;
     } else {
-      if (!read_command_line(line)) return;
-      if (!line[0]) return;  // an empty line ends the loop
+      if (!read_command_line(*this, line)) break;
+      if (!line[0]) break;  // an empty line ends the loop
     }
-    xboard_execute(c, line);
-    restart_analysis(c);
+    execute(line);
+    restart_analysis(*this);
   }
+  return LoopEnd{0, quitting};
+}
+
+void Xboard::search_started(const Search&) {}
+
+bool Xboard::book_move(const Search&, const Move* moves, int count, Move& out) {
+  if (!book_on || !core.book.worth_asking()) return false;
+  return core.book.probe(game.pos, core.settings.book_path, moves, count, out);
+}
+
+void Xboard::new_best(const Search& s) {
+  if (!post_on) return;
+  char text[1024];
+  pv_text(*this, s, text, sizeof text);
+  send_line("%4d %6d %8.0f %12lld %s", s.state.best_depth, s.state.best_score,
+            s.clock.elapsed * CENTISECONDS_PER_SECOND, static_cast<long long>(s.nodes), text);
+}
+
+// While pondering, the ponder reader serves; otherwise each waiting line is
+// obeyed in place. The original design ran the whole command loop here,
+// nested inside the search, and never came back to it; commands that
+// change the game now end the search instead, so loops and searches never
+// nest.
+bool Xboard::keep_searching(Search& s) {
+  while (input_available()) {
+    bool give_up;
+    if (pondering) {
+      give_up = ponder_reader(false);
+    } else if (has_deferred) {
+      // A line that took over is already waiting for the loop: give up again.
+      give_up = true;
+    } else {
+      char line[XBOARD_LINE_SIZE];
+      if (!read_command_line(*this, line)) {
+        // End of input: the front end has gone, and nobody is left to read
+        // a move or to stop a search. Every search is given up at once, and
+        // the command loop then meets the end of input too and returns. A
+        // test suite is the exception while a depth or time limit bounds
+        // each of its searches: it is a batch job, typically piped in ("sd
+        // 6", "test 1"), and runs to its summary.
+        give_up = !(running_suite && (s.limits.fixed_depth || s.limits.timed));
+      } else {
+        give_up = execute_during_search(*this, line);
+      }
+    }
+    if (give_up) return false;
+    // At the end of input there is nothing more to read, ever.
+    if (s.state.stop_command || input_at_eof()) break;
+  }
+  return true;
 }
 
 }  // namespace orvo

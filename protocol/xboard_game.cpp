@@ -1,19 +1,17 @@
 // The game flow of the xboard side: new game, set position, the engine's
-// move, the opponent's move, take-back and analysis.
+// move, the opponent's move, take-back, analysis and the end of the game.
 #include <cstdio>
 #include <cstring>
 
+#include "io/input.h"
+#include "io/movetext.h"
+#include "io/output.h"
 #include "position/fen.h"
 #include "position/makemove.h"
 #include "position/movegen.h"
-#include "protocol/input.h"
-#include "protocol/movetext.h"
-#include "protocol/output.h"
 #include "protocol/xboard.h"
 #include "protocol/xboard_internal.h"
 #include "search/draws.h"
-#include "search/hash.h"
-#include "search/search.h"
 
 namespace orvo {
 
@@ -25,31 +23,21 @@ constexpr int RESIGN_SCORE = -900;
 constexpr int RESIGN_MIN_PLY = 20;
 constexpr int RESIGN_MIN_FIFTY = 1;
 
-// The position the last analysis search ran on, and whether it ran to its
-// end; analysis mode starts it again only when either changed.
-u64 analysed_key = 0;
-int analysed_ply = -1;
-bool analysis_complete = false;
-
 // A new position: the one-time set-up if not done yet, a clear table, and
-// resetSearch with every limit cleared (as in UCI mode), as a new game or a
-// set-up position wants; the xboard side otherwise keeps its limits from
-// move to move.
-void start_position(chess& c, const char* fen_text) {
-  xboard_init(c);
-  set_position(c.pos, fen_text);
-  tt_clear();
-  const u8 uci = c.uci_mode;
-  c.uci_mode = 1;
-  resetSearch(c);
-  c.uci_mode = uci;
+// a reset with every limit cleared, as a new game or a set-up position
+// wants; the xboard side otherwise keeps its limits from move to move.
+void start_position(Xboard& x, const char* fen_text) {
+  x.init();
+  set_position(x.game.pos, fen_text);
+  x.core.tt.clear();
+  x.search.reset(true);
 }
 
 // A move given as coordinate text, matched against the generated moves and
 // made into the game history. No letter matches any promotion (the first
 // one generated).
-bool play_text_move(chess& c, const char* text) {
-  board& b = c.pos;
+bool play_text_move(Xboard& x, const char* text) {
+  board& b = x.game.pos;
   int promotion = 0;
   if (std::strlen(text) >= 5) {
     promotion = promotion_of(text[4]);
@@ -66,56 +54,83 @@ bool play_text_move(chess& c, const char* text) {
     const Move m = list.moves[i];
     if (move_from(m) != from || move_to(m) != to) continue;
     if (promotion && move_promotion(m) != promotion) continue;
-    if (make(b, m, c.history_slot(b.hist_ply))) return true;
+    if (x.game.play(m)) return true;
     break;  // only the first match is tried
   }
   out("play move failed.\n");
   return false;
 }
 
-// Makes the engine's move on the game board and sends it; false when there
-// is none or make refuses it.
-bool play_engine_move(chess& c, Move m) {
-  if (!m || !is_generated(c.pos, m)) return false;
-  if (!make(c.pos, m, c.history_slot(c.pos.hist_ply))) return false;
+void run_analysis(Xboard& x) {
+  Search& s = x.search;
+  x.force_mode = 1;
+  x.init();
+  s.reset(false);
+  s.limits.infinite = true;
+  s.limits.analysis = true;
+  x.analysed_key = x.game.pos.key;
+  x.analysed_ply = x.game.pos.hist_ply;
+  x.searching = 1;
+  s.think(x.game.pos);
+  x.searching = 0;
+  x.analysis_complete = !s.state.abandoned;
+  s.limits.infinite = false;
+  s.limits.analysis = false;
+  x.force_mode = 0;
+}
+
+}  // namespace
+
+bool play_engine_move(Xboard& x, Move m) {
+  if (!m || !is_generated(x.game.pos, m)) return false;
+  if (!x.game.play(m)) return false;
   char text[8];
   move_to_text(m, text);
   send_line("move %s", text);
   return true;
 }
 
-void run_analysis(chess& c) {
-  c.force_mode = 1;
-  xboard_init(c);
-  resetSearch(c);
-  limits.infinite = true;
-  limits.analysis = true;
-  analysed_key = c.pos.key;
-  analysed_ply = c.pos.hist_ply;
-  c.searching = 1;
-  think(c);
-  c.searching = 0;
-  analysis_complete = !state.abandoned;
-  limits.infinite = false;
-  limits.analysis = false;
-  c.force_mode = 0;
+bool check_game_end(Xboard& x) {
+  if (x.game_over) return true;
+  // The result lines go straight to standard output.
+  switch (game_end(x.game.pos)) {
+    case GameEnd::none:
+      return false;
+    case GameEnd::fifty_moves:
+      out("1/2-1/2 {Orvo: draw by fifty-move-rule}\n");
+      break;
+    case GameEnd::repetition:
+      out("1/2-1/2 {Orvo: draw by 3-fold repetition}\n");
+      break;
+    case GameEnd::insufficient_material:
+      out("1/2-1/2 {Orvo: insufficient material}\n");
+      break;
+    case GameEnd::stalemate:
+      out("1/2-1/2 {Stalemate}\n");
+      break;
+    case GameEnd::white_mated:
+      out("0-1 {Orvo says Black mates}\n");
+      break;
+    case GameEnd::black_mated:
+      out("1-0 {Orvo says White mates}\n");
+      break;
+  }
+  return true;
 }
 
-}  // namespace
-
-void cmd_new(chess& c, Tokens&) {
-  start_position(c, start_fen);
-  c.ponder_on = 0;
-  c.game_over = 0;
-  limits.analysis = false;
-  c.searching = c.pondering = c.force_mode = c.ponder_search = 0;
-  c.computer_side = BLACK;  // the engine plays Black
-  c.move_number = -1;
-  c.book_failures = 0;
-  if (!c.book_on) out("mBookOn_flag false\n");
+void cmd_new(Xboard& x, Tokens&) {
+  start_position(x, start_fen);
+  x.ponder_on = 0;
+  x.game_over = 0;
+  x.search.limits.analysis = false;
+  x.searching = x.pondering = x.force_mode = x.ponder_search = 0;
+  x.computer_side = BLACK;  // the engine plays Black
+  x.move_number = -1;
+  x.core.book.new_game();
+  if (!x.book_on) out("mBookOn_flag false\n");
 }
 
-void cmd_setboard(chess& c, Tokens& t) {
+void cmd_setboard(Xboard& x, Tokens& t) {
   const char* f[4];
   for (auto& field : f) field = t.take();
   if (!*f[0] && !*f[1] && !*f[2] && !*f[3]) return;
@@ -124,99 +139,97 @@ void cmd_setboard(chess& c, Tokens& t) {
   // words, so the position starts with counters 0 and move 1.
   char text[4 * XBOARD_LINE_SIZE + 8];
   std::snprintf(text, sizeof text, "%s %s %s %s ", f[0], f[1], f[2], f[3]);
-  start_position(c, text);
+  start_position(x, text);
   // Deliberate: after a setboard the engine waits in force mode for "go"
   // or a move.
-  c.force_mode = 1;
-  c.game_over = 0;
-  print_board(c.pos);
+  x.force_mode = 1;
+  x.game_over = 0;
+  print_board(x.game.pos);
 }
 
-void cmd_go(chess& c, Tokens&) {
-  c.analyzing = 0;  // playing ends analysis mode
-  c.computer_side = c.pos.side;
-  resetSearch(c);
-  c.searching = 1;
-  c.force_mode = 0;
-  const Move m = think(c);
-  c.searching = 0;
-  if (state.abandoned) return;  // a command took over: no move
+void cmd_go(Xboard& x, Tokens&) {
+  Search& s = x.search;
+  x.analyzing = 0;  // playing ends analysis mode
+  x.computer_side = x.game.pos.side;
+  s.reset(false);
+  x.searching = 1;
+  x.force_mode = 0;
+  const Move m = s.think(x.game.pos);
+  x.searching = 0;
+  if (s.state.abandoned) return;  // a command took over: no move
   // Deliberate: "go" neither tests for the end of the game nor ponders.
   if (!m) return;
-  play_engine_move(c, m);
-  if (c.show_board) print_board(c.pos);
+  play_engine_move(x, m);
+  if (x.show_board) print_board(x.game.pos);
 }
 
-bool opponent_move(chess& c, const char* text) {
-  board& b = c.pos;
+bool opponent_move(Xboard& x, const char* text) {
+  Search& s = x.search;
+  const board& b = x.game.pos;
   // The outcome is deliberately not checked: after a refused move the
   // engine still answers, in the unchanged position.
-  play_text_move(c, text);
-  c.pondering = 0;
-  if (c.force_mode || c.analyzing) return true;
-  if (state.best_score <= RESIGN_SCORE && b.hist_ply > RESIGN_MIN_PLY && b.fifty > RESIGN_MIN_FIFTY) {
+  play_text_move(x, text);
+  x.pondering = 0;
+  if (x.force_mode || x.analyzing) return true;
+  if (s.state.best_score <= RESIGN_SCORE && b.hist_ply > RESIGN_MIN_PLY && b.fifty > RESIGN_MIN_FIFTY) {
     out(b.side == WHITE ? "0-1 {White resigns}\n" : "1-0 {Black resigns}\n");
-    c.game_over = 1;
+    x.game_over = 1;
     return true;
   }
-  c.game_over = checkGameEnd(c);
-  if (c.game_over) return true;
-  resetSearch(c);
-  // Force mode for the length of the search: a move obeyed meanwhile is
-  // played without starting another search.
-  c.searching = 1;
-  c.force_mode = 1;
-  const Move m = think(c);
-  c.searching = 0;
+  x.game_over = check_game_end(x);
+  if (x.game_over) return true;
+  s.reset(false);
+  x.searching = 1;
+  x.force_mode = 1;
+  const Move m = s.think(x.game.pos);
+  x.searching = 0;
   // A command took over: no move. Force mode stays raised, as it was for
   // the whole search: a move that arrived meanwhile is played without an
   // answer, like every move after it until "go" or "new".
-  if (state.abandoned) return false;
-  c.force_mode = 0;
-  if (play_engine_move(c, m)) c.game_over = checkGameEnd(c);
+  if (s.state.abandoned) return false;
+  x.force_mode = 0;
+  if (play_engine_move(x, m)) x.game_over = check_game_end(x);
   return true;
 }
 
-void cmd_usermove(chess& c, Tokens& t) {
+void cmd_usermove(Xboard& x, Tokens& t) {
   const char* text = t.take();
-  if (c.game_over) return;
-  if (!opponent_move(c, text) || c.analyzing) return;
+  if (x.game_over) return;
+  if (!opponent_move(x, text) || x.analyzing) return;
   // Deliberate: the engine ponders in force mode too, between the moves it
   // is given, when "hard" is in force.
-  ponder_cycle(c);
+  ponder_cycle(x);
 }
 
-void cmd_undo(chess& c, Tokens&) {
-  board& b = c.pos;
-  if (b.hist_ply <= 0) return;
-  unmake(b, c.history_slot(b.hist_ply - 1));
-  if (c.show_board) print_board(b);
-  c.computer_side = -1;
+void cmd_undo(Xboard& x, Tokens&) {
+  if (!x.game.take_back()) return;
+  if (x.show_board) print_board(x.game.pos);
+  x.computer_side = -1;
 }
 
-void cmd_analyze(chess& c, Tokens&) {
-  c.analyzing = 1;
-  run_analysis(c);
+void cmd_analyze(Xboard& x, Tokens&) {
+  x.analyzing = 1;
+  run_analysis(x);
 }
 
-void cmd_exit(chess& c, Tokens&) {
-  state.stop_command = true;
-  c.force_mode = 0;
-  c.analyzing = 0;
+void cmd_exit(Xboard& x, Tokens&) {
+  x.search.state.stop_command = true;
+  x.force_mode = 0;
+  x.analyzing = 0;
   out("Analyze stopped\n");
 }
 
 // Only the search of the engine's own move ends for "?"; analysis, a test
 // suite and pondering go on.
-void cmd_move_now(chess& c, Tokens&) {
-  if (c.searching && !c.pondering && !limits.analysis) state.stop_command = true;
+void cmd_move_now(Xboard& x, Tokens&) {
+  if (x.searching && !x.pondering && !x.search.limits.analysis) x.search.state.stop_command = true;
 }
 
-void restart_analysis(chess& c) {
+void restart_analysis(Xboard& x) {
   // At the end of input the analysis is over: the loop returns next.
-  if (!c.analyzing || c.has_deferred || input_at_eof()) return;
-  if (analysis_complete && c.pos.key == analysed_key && c.pos.hist_ply == analysed_ply) return;
-  run_analysis(c);
+  if (!x.analyzing || x.has_deferred || x.quitting || input_at_eof()) return;
+  if (x.analysis_complete && x.game.pos.key == x.analysed_key && x.game.pos.hist_ply == x.analysed_ply) return;
+  run_analysis(x);
 }
 
 }  // namespace orvo

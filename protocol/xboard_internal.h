@@ -2,7 +2,7 @@
 // line reader, and the commands that the game flow and the ponder cycle
 // run on their own.
 #pragma once
-#include "engine/chess.h"
+#include "protocol/xboard.h"
 
 namespace orvo {
 
@@ -22,11 +22,11 @@ struct Tokens {
 // Reads one command line into line (XBOARD_LINE_SIZE bytes): at most 255
 // characters, of which the last is removed (the newline, or the last
 // character of a piece of a longer line). False at end of input.
-bool read_command_line(char* line);
+bool read_command_line(Xboard& x, char* line);
 
 // Keeps the tokens of t from index `from` on, to be obeyed by the command
 // loop once the running search has been given up.
-void defer_tokens(chess& c, const Tokens& t, int from);
+void defer_tokens(Xboard& x, const Tokens& t, int from);
 
 // What a command does while a search of the engine runs.
 enum class DuringSearch {
@@ -36,7 +36,7 @@ enum class DuringSearch {
 
 struct Command {
   const char* name;
-  void (*run)(chess&, Tokens&);
+  void (*run)(Xboard&, Tokens&);
   DuringSearch during_search;
   bool ends_ponder;  // the ponder phase ends for it (the ponder reader knows
                      // only "usermove", "time", "result" and "quit" itself)
@@ -45,32 +45,39 @@ struct Command {
 const Command* find_command(const char* name);
 
 // Game flow (xboard_game.cpp).
-void cmd_new(chess& c, Tokens& t);
-void cmd_setboard(chess& c, Tokens& t);
-void cmd_go(chess& c, Tokens& t);
-void cmd_usermove(chess& c, Tokens& t);
-void cmd_undo(chess& c, Tokens& t);
-void cmd_analyze(chess& c, Tokens& t);
-void cmd_exit(chess& c, Tokens& t);
-void cmd_move_now(chess& c, Tokens& t);
+void cmd_new(Xboard& x, Tokens& t);
+void cmd_setboard(Xboard& x, Tokens& t);
+void cmd_go(Xboard& x, Tokens& t);
+void cmd_usermove(Xboard& x, Tokens& t);
+void cmd_undo(Xboard& x, Tokens& t);
+void cmd_analyze(Xboard& x, Tokens& t);
+void cmd_exit(Xboard& x, Tokens& t);
+void cmd_move_now(Xboard& x, Tokens& t);
 // Starts the analysis search again after the position changed (or a command
 // cut the last one short). Runs only while analysis mode lasts.
-void restart_analysis(chess& c);
+void restart_analysis(Xboard& x);
 // The opponent's move and the engine's answer: play the text, then resign,
 // detect the end of the game or search and answer with "move". False when
 // a command took the search over (no move was sent).
-bool opponent_move(chess& c, const char* text);
+bool opponent_move(Xboard& x, const char* text);
+
+// Game end (xboard_game.cpp): the result line of a finished game, printed;
+// true when the game is over (also when it was already).
+bool check_game_end(Xboard& x);
+// Makes the engine's move on the game board and sends it; false when there
+// is none or make refuses it.
+bool play_engine_move(Xboard& x, Move m);
 
 // Clock commands (xboard_clock.cpp).
-void cmd_level(chess& c, Tokens& t);
-void cmd_time(chess& c, Tokens& t);
-void cmd_sd(chess& c, Tokens& t);
-void cmd_st(chess& c, Tokens& t);
+void cmd_level(Xboard& x, Tokens& t);
+void cmd_time(Xboard& x, Tokens& t);
+void cmd_sd(Xboard& x, Tokens& t);
+void cmd_st(Xboard& x, Tokens& t);
 // "time" with the engine's clock in centiseconds, for the game at ply.
-void apply_time(chess& c, const char* centiseconds, int ply);
+void apply_time(Xboard& x, const char* centiseconds, int ply);
 
 // Pondering (xboard_ponder.cpp): the cycle that follows the engine's move
 // while "hard" is in force.
-void ponder_cycle(chess& c);
+void ponder_cycle(Xboard& x);
 
 }  // namespace orvo

@@ -1,29 +1,27 @@
 #include "search/draws.h"
 
-#include "engine/chess.h"
 #include "position/makemove.h"
 #include "position/movegen.h"
 #include "position/tables.h"
-#include "protocol/output.h"
 
 namespace orvo {
 
-int repetitionCount(const board& b) {
+int repetition_count(const board& b) {
   const int n = b.hist_ply, f = b.fifty;
   if (n < 2 || n - 2 < n - f) return 0;
   int count = 0;
   for (int i = n - 2; i >= n - f && i >= 0; i -= 2)
-    if (KeyHistory[i & (KEY_HISTORY_SIZE - 1)] == b.key) ++count;
+    if (b.key_history[i & (KEY_HISTORY_SIZE - 1)] == b.key) ++count;
   return count;
 }
 
-bool hasNoLegalMove(chess& c) {
+bool has_no_legal_move(board& b) {
   MoveList l;
-  generate_all(c.pos, l);
+  generate_all(b, l);
   undo u;
   for (int i = 0; i < l.count; ++i)
-    if (make(c.pos, l.moves[i], u)) {
-      unmake(c.pos, u);
+    if (make(b, l.moves[i], u)) {
+      unmake(b, u);
       return false;
     }
   return true;
@@ -47,35 +45,20 @@ bool front_ends_accept_material_draw(const board& b) {
 
 }  // namespace
 
-bool checkGameEnd(chess& c) {
-  const board& b = c.pos;
-  if (c.game_over) return true;
-  if (b.fifty >= 100) {
-    out("1/2-1/2 {Orvo: draw by fifty-move-rule}\n");
-    return true;
-  }
-  if (repetitionCount(b) >= 2) {
-    out("1/2-1/2 {Orvo: draw by 3-fold repetition}\n");
-    return true;
-  }
+GameEnd game_end(board& b) {
+  if (b.fifty >= 100) return GameEnd::fifty_moves;
+  if (repetition_count(b) >= 2) return GameEnd::repetition;
   if (b.phase == 2 && b.pawn_count[WHITE] == 0 && b.pawn_count[BLACK] == 0) {
     const int w = b.phase_units[WHITE], k = b.phase_units[BLACK];
     const bool two_knights_w = w == 6 && popcount(b.white[BB_KNIGHT]) == 2 && k == 0;
     const bool two_knights_b = k == 6 && popcount(b.black[BB_KNIGHT]) == 2 && w == 0;
     if (((w == 0 && k == 0) || (w < 4 && k < 4) || two_knights_w || two_knights_b) &&
-        front_ends_accept_material_draw(b)) {
-      out("1/2-1/2 {Orvo: insufficient material}\n");
-      return true;
-    }
+        front_ends_accept_material_draw(b))
+      return GameEnd::insufficient_material;
   }
-  if (!hasNoLegalMove(c)) return false;
-  if (!is_attacked(b, b.king_sq[b.side], b.xside))
-    out("1/2-1/2 {Stalemate}\n");
-  else if (b.side == WHITE)
-    out("0-1 {Orvo says Black mates}\n");
-  else
-    out("1-0 {Orvo says White mates}\n");
-  return true;
+  if (!has_no_legal_move(b)) return GameEnd::none;
+  if (!is_attacked(b, b.king_sq[b.side], b.xside)) return GameEnd::stalemate;
+  return b.side == WHITE ? GameEnd::white_mated : GameEnd::black_mated;
 }
 
 }  // namespace orvo

@@ -5,25 +5,23 @@
 
 namespace orvo {
 
-hash tt;
-
 hash::~hash() {
   delete[] primary;
   delete[] secondary;
-  // Back to the evaluation's own tables if these are the ones in use.
-  if (eval_tables[WHITE] && eval::pawn_table(WHITE) == eval_tables[WHITE])
-    eval::attach_pawn_tables(nullptr, nullptr);
   delete[] eval_tables[0];
   delete[] eval_tables[1];
 }
 
 void hash::resize(int megabytes) {
   // Deliberate: a request above the maximum falls back to 32 MB, not 512.
-  if (megabytes < 8)
-    megabytes = 8;
-  else if (megabytes > 512)
-    megabytes = 32;
-  const u64 n = u64(megabytes) * 1048576 / 16;
+  if (megabytes < TT_MIN_MB)
+    megabytes = TT_MIN_MB;
+  else if (megabytes > TT_MAX_MB)
+    megabytes = TT_FALLBACK_MB;
+  constexpr u64 BYTES_PER_MB = 1048576;
+  const u64 n = u64(megabytes) * BYTES_PER_MB / sizeof(TTEntry);
+  // About two thirds of the budget for the primary table, a sixth (rounded
+  // up to a power of two) for the secondary.
   u64 p = 1;
   while (p * 2 <= n - n / 3) p *= 2;
   u64 s = 1;
@@ -37,9 +35,9 @@ void hash::resize(int megabytes) {
   eval_count = u32(eval::PAWN_TABLE_SIZE);
   primary = new TTEntry[p];
   secondary = new TTEntry[s];
+  // Allocated once: a search's evaluator keeps pointing at them.
   for (auto& t : eval_tables)
     if (!t) t = new eval::pawn_record[eval::PAWN_TABLE_SIZE];
-  eval::attach_pawn_tables(eval_tables[BLACK], eval_tables[WHITE]);
   primary_mask = p - 1;
   secondary_mask = s - 1;
   allocate();
@@ -60,8 +58,8 @@ namespace {
 // The same correction when storing and when reading back (not opposite
 // ones): a mate score loses the ply both ways. Deliberate; kept.
 inline int mate_adjust(int score, int ply) {
-  if (score > 3000) return score - ply;
-  if (score < -3000) return score + ply;
+  if (score > TT_MATE_THRESHOLD) return score - ply;
+  if (score < -TT_MATE_THRESHOLD) return score + ply;
   return score;
 }
 
@@ -115,8 +113,5 @@ void hash::new_search() {
   age = u8((age + 1) & 15);
   if (age == 0) age = 1;
 }
-
-void tt_resize(int megabytes) { tt.resize(megabytes); }
-void tt_clear() { tt.allocate(); }
 
 }  // namespace orvo

@@ -17,6 +17,11 @@ static_assert(sizeof(TTEntry) == 16);
 
 constexpr int TT_UPPER = 2, TT_LOWER = 4, TT_EXACT = 8;
 constexpr int TT_MISS = -77777;
+// Scores beyond this are mate scores, which the table moves by the ply.
+constexpr int TT_MATE_THRESHOLD = 3000;
+// Table sizes in megabytes: the smallest, the largest, and what a request
+// beyond the largest gets.
+constexpr int TT_MIN_MB = 8, TT_MAX_MB = 512, TT_FALLBACK_MB = 32;
 
 class hash {
  public:
@@ -30,6 +35,7 @@ class hash {
   void resize(int megabytes);
   // Zero-fills the tables and sets the age to 0.
   void allocate();
+  void clear() { allocate(); }
   void store(u64 key, int ply, int depth, int bound, int score, Move move);
   // Returns the bound code of a usable entry (TT_UPPER/TT_LOWER/TT_EXACT)
   // or TT_MISS; the entry's move, if the key is found, is always given.
@@ -45,10 +51,5 @@ class hash {
   u64 primary_mask = 0, secondary_mask = 0;
   u8 age = 0;
 };
-
-// The one table of the engine.
-extern hash tt;
-void tt_resize(int megabytes);
-void tt_clear();
 
 }  // namespace orvo

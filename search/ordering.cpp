@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include "engine/chess.h"
 #include "position/makemove.h"
 #include "position/movegen.h"
 #include "position/tables.h"
@@ -12,10 +11,23 @@ namespace orvo {
 
 namespace {
 
-// Quiet moves scored in the life of the process. Deliberate: only the first
-// four ever get their history score; every later quiet move scores 0 and
-// keeps its generation order. Never reset.
-i32 quiet_scored = 0;
+// Only this many quiet moves ever get their history score (see
+// Ordering::quiet_scored).
+constexpr int HISTORY_SCORED_QUIETS = 4;
+// Quiet moves with a history score are placed below every other score.
+constexpr int HISTORY_OFFSET = 24000;
+// Capture scores: a losing candidate, and the base of every other one.
+constexpr int LOSING_CAPTURE_SCORE = -28000;
+constexpr int CAPTURE_BASE = 4000;
+// The scores of the evasion counter.
+constexpr int ILLEGAL_EVASION = -50000, CAPTURE_EVASION = 50000, PAWN_EVASION = 25000;
+// The picker's phases: the hash move, the captures, the deferred losing
+// captures, the killers, the quiet moves, and the end. The evasion
+// sequence begins at 0, the normal one at 2.
+constexpr i32 PICKER_PHASES[8] = {1, 7, 2, 3, 5, 6, 4, 7};
+constexpr int EVASION_START = 0, NORMAL_START = 2;
+enum Phase : int { PHASE_HASH = 2, PHASE_CAPTURES = 3, PHASE_LOSING = 4, PHASE_KILLERS = 5, PHASE_QUIETS = 6, PHASE_END = 7 };
+enum Stage : int { STAGE_ALL = 1, STAGE_HASH = 3, STAGE_CAPTURES = 4, STAGE_LOSING = 5, STAGE_KILLERS = 6, STAGE_QUIETS = 7 };
 
 bool is_en_passant(const board& b, Move m) {
   return move_piece(m) == PAWN && move_captured(m) == PAWN && move_to(m) == b.ep;
@@ -33,9 +45,9 @@ int capture_score(const board& b, Move m) {
     base = promo;
   if (!ep && promo != QUEEN) {
     const bool candidate = (promo && !cap) || (cap && !promo && see_value[cap] < see_value[pc]);
-    if (candidate && see(b, move_from(m), move_to(m)) < 0) return -28000;
+    if (candidate && see(b, move_from(m), move_to(m)) < 0) return LOSING_CAPTURE_SCORE;
   }
-  return base + 4000;
+  return base + CAPTURE_BASE;
 }
 
 bool good_capture(const board& b, Move m) {
@@ -62,19 +74,25 @@ u64 xray_behind(const board& b, int to, int sq) {
 
 }  // namespace
 
-void clearKillers(chess& c) {
-  std::memset(c.killers, 0, sizeof c.killers);
-  const i32 phases[8] = {1, 7, 2, 3, 5, 6, 4, 7};
-  std::memcpy(c.phase_table, phases, sizeof phases);
-  c.evasion_start = 0;
-  c.normal_start = 2;
+Ordering::Ordering() {
+  clear_killers();
+  clear_history();
 }
 
-void update_killers(chess& c, int ply, Move m) {
-  if (ply < 0 || ply >= 64) return;
-  if (c.killers[ply][0] != m) {
-    c.killers[ply][1] = c.killers[ply][0];
-    c.killers[ply][0] = m;
+void Ordering::clear_killers() {
+  std::memset(killers, 0, sizeof killers);
+  std::memcpy(phase_table, PICKER_PHASES, sizeof phase_table);
+  evasion_start = EVASION_START;
+  normal_start = NORMAL_START;
+}
+
+void Ordering::clear_history() { std::memset(history, 0, sizeof history); }
+
+void Ordering::update_killers(int ply, Move m) {
+  if (ply < 0 || ply >= KILLER_PLIES) return;
+  if (killers[ply][0] != m) {
+    killers[ply][1] = killers[ply][0];
+    killers[ply][0] = m;
   }
 }
 
@@ -113,7 +131,7 @@ int see(const board& b, int from, int to) {
   return gain[0];
 }
 
-bool isPseudoLegal(const board& b, Move m) {
+bool is_pseudo_legal(const board& b, Move m) {
   if (!m) return false;
   const int from = move_from(m), to = move_to(m);
   const int pc = move_piece(m), cap = move_captured(m), promo = move_promotion(m);
@@ -181,7 +199,7 @@ bool isPseudoLegal(const board& b, Move m) {
   return false;
 }
 
-void sortByScore(MoveList& l) {
+void sort_by_score(MoveList& l) {
   for (int i = 1; i < l.count; ++i) {
     const Move m = l.moves[i];
     const i32 s = l.scores[i];
@@ -196,7 +214,7 @@ void sortByScore(MoveList& l) {
   }
 }
 
-void selectBest(MoveList& l, int i) {
+void select_best(MoveList& l, int i) {
   int best = i;
   for (int j = i + 1; j < l.count; ++j)
     if (l.scores[j] > l.scores[best]) best = j;
@@ -210,78 +228,89 @@ void score_captures(const board& b, MoveList& l) {
   for (int i = 0; i < l.count; ++i) l.scores[i] = capture_score(b, l.moves[i]);
 }
 
-void score_quiets(const chess& c, const board& b, MoveList& l) {
+void Ordering::score_quiets(const board& b, MoveList& l) {
   for (int i = 0; i < l.count; ++i) {
     const Move m = l.moves[i];
     if (!move_is_quiet(m)) {
       l.scores[i] = capture_score(b, m);
+    } else if (quiet_scored < HISTORY_SCORED_QUIETS) {
+      l.scores[i] = history[b.side][move_from(m)][move_to(m)] - HISTORY_OFFSET;
+      ++quiet_scored;  // stops at the threshold: only the threshold matters
     } else {
-      l.scores[i] = quiet_scored < 4 ? c.history[b.side][move_from(m)][move_to(m)] - 24000 : 0;
-      if (quiet_scored < 4) ++quiet_scored;  // stays at 4: only the threshold matters
+      l.scores[i] = 0;
     }
   }
 }
 
-int scoreEvasions(board& b, MoveList& l) {
+int score_evasions(board& b, MoveList& l) {
   int legal = 0;
   undo u;
   for (int i = 0; i < l.count; ++i) {
     const Move m = l.moves[i];
     if (!make(b, m, u)) {
-      l.scores[i] = -50000;
+      l.scores[i] = ILLEGAL_EVASION;
       continue;
     }
     unmake(b, u);
     ++legal;
-    l.scores[i] = !move_is_quiet(m) ? 50000 : move_piece(m) == PAWN ? 25000 : 0;
+    l.scores[i] = !move_is_quiet(m) ? CAPTURE_EVASION : move_piece(m) == PAWN ? PAWN_EVASION : 0;
   }
   return legal;
 }
 
-bool initPicker(chess& c, board& b, MovePicker& p, Move hashMove, bool inCheck, int ply) {
-  p.hash_move = hashMove;
-  p.killer1 = c.killers[ply][0];
-  p.killer2 = c.killers[ply][1];
+void bubble_sort(Move* moves, i32* scores, int count) {
+  for (int i = 0; i < count; ++i)
+    for (int j = 0; j + 1 < count - i; ++j)
+      if (scores[j] < scores[j + 1]) {
+        std::swap(scores[j], scores[j + 1]);
+        std::swap(moves[j], moves[j + 1]);
+      }
+}
+
+bool Ordering::init_picker(board& b, MovePicker& p, Move hash_move, bool in_check, int ply) {
+  p.hash_move = hash_move;
+  p.killer1 = killers[ply][0];
+  p.killer2 = killers[ply][1];
   p.ply = ply;
   p.list.count = 0;
   p.read = 0;
   p.deferred_count = 0;
-  if (inCheck) {
+  if (in_check) {
     generate_all(b, p.list);
-    const int legal = scoreEvasions(b, p.list);
-    score_quiets(c, b, p.list);
-    sortByScore(p.list);
-    p.stage = 1;
-    p.phase_index = c.evasion_start + 1;
+    const int legal = score_evasions(b, p.list);
+    score_quiets(b, p.list);
+    sort_by_score(p.list);
+    p.stage = STAGE_ALL;
+    p.phase_index = evasion_start + 1;
     return legal == 1;
   }
-  p.phase_index = c.normal_start;
+  p.phase_index = normal_start;
   p.stage = 0;
   return false;
 }
 
-Move nextMove(chess& c, board& b, MovePicker& p) {
+Move Ordering::next_move(board& b, MovePicker& p) {
   for (;;) {
     while (p.read < p.list.count) {
       const Move m = p.list.moves[p.read++];
       switch (p.stage) {
-        case 1:
+        case STAGE_ALL:
           return m;
-        case 3:
-          if (isPseudoLegal(b, m)) return m;
+        case STAGE_HASH:
+          if (is_pseudo_legal(b, m)) return m;
           break;
-        case 4:
+        case STAGE_CAPTURES:
           if (m == p.hash_move) break;
           if (good_capture(b, m)) return m;
           p.deferred[p.deferred_count++] = m;
           break;
-        case 5:
+        case STAGE_LOSING:
           return m;
-        case 6:
+        case STAGE_KILLERS:
           if (m == p.hash_move) break;
-          if (isPseudoLegal(b, m)) return m;
+          if (is_pseudo_legal(b, m)) return m;
           break;
-        case 7:
+        case STAGE_QUIETS:
           // Deliberate: killer 2 is not excluded and may come twice.
           if (m == p.hash_move || m == p.killer1) break;
           return m;
@@ -289,38 +318,38 @@ Move nextMove(chess& c, board& b, MovePicker& p) {
           return 0;
       }
     }
-    const int phase = p.phase_index < 8 ? c.phase_table[p.phase_index] : 7;
-    if (phase < 2 || phase > 6) return 0;  // the end of the sequence stays the end
+    const int phase = p.phase_index < 8 ? phase_table[p.phase_index] : PHASE_END;
+    if (phase < PHASE_HASH || phase > PHASE_QUIETS) return 0;  // the end of the sequence stays the end
     ++p.phase_index;
     p.read = 0;
     p.list.count = 0;
     switch (phase) {
-      case 2:
+      case PHASE_HASH:
         if (p.hash_move) p.list.moves[p.list.count++] = p.hash_move;
-        p.stage = 3;
+        p.stage = STAGE_HASH;
         break;
-      case 3:
+      case PHASE_CAPTURES:
         generate_captures(b, p.list);
         score_captures(b, p.list);
-        sortByScore(p.list);
+        sort_by_score(p.list);
         p.deferred_count = 0;
-        p.stage = 4;
+        p.stage = STAGE_CAPTURES;
         break;
-      case 4:
+      case PHASE_LOSING:
         std::memcpy(p.list.moves, p.deferred, sizeof(Move) * p.deferred_count);
         p.list.count = p.deferred_count;
-        p.stage = 5;
+        p.stage = STAGE_LOSING;
         break;
-      case 5:
+      case PHASE_KILLERS:
         if (p.killer1) p.list.moves[p.list.count++] = p.killer1;
         if (p.killer2) p.list.moves[p.list.count++] = p.killer2;
-        p.stage = 6;
+        p.stage = STAGE_KILLERS;
         break;
-      case 6:
+      case PHASE_QUIETS:
         generate_quiets(b, p.list);
-        score_quiets(c, b, p.list);
-        sortByScore(p.list);
-        p.stage = 7;
+        score_quiets(b, p.list);
+        sort_by_score(p.list);
+        p.stage = STAGE_QUIETS;
         break;
     }
   }

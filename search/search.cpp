@@ -5,55 +5,68 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "engine/chess.h"
-#include "eval/eval.h"
 #include "position/makemove.h"
 #include "position/movegen.h"
 #include "position/tables.h"
 #include "search/draws.h"
-#include "search/hash.h"
-#include "search/internal.h"
-#include "search/ordering.h"
+#include "search/tree.h"
 #include "tools/egbb.h"
 
 namespace orvo {
 
-namespace {
+using namespace tree;
 
-constexpr int NULL_MOVE_MARGIN = 29744;
+namespace {
 
 inline bool gives_check(const board& b) { return is_attacked(b, b.king_sq[b.side], b.xside); }
 
+// The null move is searched this much shallower besides the ply itself.
+constexpr int NULL_MOVE_REDUCTION = 3 * PLY;
+// The null move needs this much depth, and above the second figure an
+// evaluation that reaches beta.
+constexpr int NULL_MOVE_MIN_DEPTH = 3 * PLY, NULL_MOVE_EVAL_DEPTH = 4 * PLY;
+// Pre-frontier reduction: at two plies, when the mover is this far behind
+// alpha in material.
+constexpr int PRE_FRONTIER_DEPTH = 2 * PLY, PRE_FRONTIER_MARGIN = 500;
+// Late-move reduction: from the fifth legal move on, with five plies left.
+constexpr int LATE_MOVE_INDEX = 5, LATE_MOVE_DEPTH = 5 * PLY;
+// Quiescence: captures of the king are never searched; promotions and
+// captures of a bigger piece come first, above every exchange value.
+constexpr int KING_CAPTURE_SCORE = -777777;
+constexpr int WINNING_CAPTURE_BASE = 1000000;
+constexpr int DELTA_MARGIN = 100;
+
+
 }  // namespace
 
-void count_node(chess& c, int ply) {
+void Search::count_node(int ply) {
   ++nodes;
   if (ply > seldepth) seldepth = ply;
-  if (--poll_countdown <= 0) {
-    poll_countdown = poll_interval;
-    poll(c);
+  if (--poll_countdown_ <= 0) {
+    poll_countdown_ = poll_interval_;
+    poll();
   }
 }
 
-bool bitbase_probe_allowed(const chess& c, const board& b, int ply) {
-  if (!egbb_loaded) return false;
+bool Search::bitbase_probe_allowed(const board& b, int ply) const {
+  if (!bitbases_ || !bitbases_->loaded()) return false;
   const int men = b.pieces_count[0] + b.pieces_count[1] + b.pawn_count[0] + b.pawn_count[1];
   if (men > 3) return false;
-  const int d = c.root_depth;
+  const int d = root_depth;
   if (men == 3 && d - ply < d / 3) return false;
   const Move last = b.last_move;
   if (ply < d / 2 && move_captured(last) == 0 && move_piece(last) != PAWN) return false;
   return true;
 }
 
-int search(chess& c, board& b, int depth, int ply, int alpha, int beta, int nodeType, Move* pv) {
+int Search::search(board& b, int depth, int ply, int alpha, int beta, int node_type, Move* pv) {
   pv[0] = 0;
-  if (depth < PLY) return quiesce(c, b, alpha, beta, 1, ply);
-  count_node(c, ply);
-  if (ply >= MAX_PLY) return Evaluate(b, alpha, beta);
+  if (depth < PLY) return quiesce(b, alpha, beta, 1, ply);
+  count_node(ply);
+  if (ply >= MAX_PLY) return eval.evaluate(b, alpha, beta);
   if (b.fifty >= 100) return 0;
   // Inside the search a single earlier occurrence is a draw.
-  if (repetitionCount(b) >= 1) return 0;
+  if (repetition_count(b) >= 1) return 0;
 
   // Mate-distance pruning. Deliberate: the two bounds differ by one point.
   if (!limits.infinite && !(std::abs(alpha) == MATE && std::abs(beta) == MATE)) {
@@ -64,19 +77,19 @@ int search(chess& c, board& b, int depth, int ply, int alpha, int beta, int node
   const bool in_check = b.in_check;
   int tt_score = 0;
   Move hash_move = 0;
-  const int bound = tt.probe(b.key, ply, depth, alpha, beta, tt_score, hash_move);
+  const int bound = tt_.probe(b.key, ply, depth, alpha, beta, tt_score, hash_move);
   // PV nodes never take a table cut-off.
-  if (nodeType != 0 && bound != TT_MISS) return tt_score;
+  if (node_type != PV_NODE && bound != TT_MISS) return tt_score;
 
-  if (bitbase_probe_allowed(c, b, ply)) {
+  if (bitbase_probe_allowed(b, ply)) {
     int score;
-    if (egbb_probe(b, score)) return score;
+    if (bitbases_->probe(b, score)) return score;
   }
 
   const u64* own = b.bb(b.side);
-  if (depth >= 3 * PLY && nodeType != 0 && !in_check && beta >= -NULL_MOVE_MARGIN &&
-      beta < NULL_MOVE_MARGIN + 1 && (own[BB_ROOK] | own[BB_QUEEN]) &&
-      (depth <= 4 * PLY || (++stats.null_evals, Evaluate(b, alpha, beta) >= beta))) {
+  if (depth >= NULL_MOVE_MIN_DEPTH && node_type != PV_NODE && !in_check && beta >= -MATE_BOUND &&
+      beta < MATE_BOUND + 1 && (own[BB_ROOK] | own[BB_QUEEN]) &&
+      (depth <= NULL_MOVE_EVAL_DEPTH || (++stats.null_evals, eval.evaluate(b, alpha, beta) >= beta))) {
     ++stats.null_tries;
     const i32 side = b.side, xside = b.xside, fifty = b.fifty, ep = b.ep;
     const Move last = b.last_move;
@@ -89,18 +102,18 @@ int search(chess& c, board& b, int depth, int ply, int alpha, int beta, int node
     b.last_move = 0;
     b.ep = -1;
     Move child_pv[MAX_PLY + 2];
-    const int score = -search(c, b, depth - 4 * PLY, ply, -beta, 1 - beta, -nodeType, child_pv);
+    const int score = -search(b, depth - NULL_MOVE_REDUCTION - PLY, ply, -beta, 1 - beta, -node_type, child_pv);
     b.side = side;
     b.xside = xside;
     b.fifty = fifty;
     b.last_move = last;
     b.ep = ep;
     b.key = key;
-    if (score >= beta) return std::min(score, NULL_MOVE_MARGIN);
+    if (score >= beta) return std::min(score, MATE_BOUND);
   }
 
   MovePicker picker;
-  const bool single_reply = initPicker(c, b, picker, hash_move, in_check, ply);
+  const bool single_reply = ordering.init_picker(b, picker, hash_move, in_check, ply);
   const int entry_alpha = alpha;
   const int last_to = move_to(b.last_move);
   int legal = 0, best = NO_SCORE;
@@ -109,91 +122,85 @@ int search(chess& c, board& b, int depth, int ply, int alpha, int beta, int node
   undo u;
   bool cutoff = false;
 
-  while (const Move m = nextMove(c, b, picker)) {
+  while (const Move m = ordering.next_move(b, picker)) {
     if (!make(b, m, u)) continue;
     ++legal;
     const int mover = b.xside;
     const bool check = gives_check(b);
     b.in_check = check;
-    int e = (in_check && single_reply) ? 30 : 0;
-    if (check) e += 60;
-    if (e == 0 && nodeType == 0) {
+    int e = (in_check && single_reply) ? SINGLE_REPLY_EXTENSION : 0;
+    if (check) e += CHECK_EXTENSION;
+    if (e == 0 && node_type == PV_NODE) {
       const int from = move_from(m), to = move_to(m);
       if (to == last_to && see(b, from, to) > 0) {
-        e = 30;
+        e = RECAPTURE_EXTENSION;
         ++stats.recapture_extensions;
-      } else if (b.piece[from] == PAWN && ((mover == 0 && to >= 8 && to <= 15) ||
-                                           (mover == 1 && to >= 48 && to <= 55))) {
-        // Deliberate and inert: make has emptied the from-square, so this
-        // pawn test never fires. Kept in this form.
-        e = 45;
+      } else if (pawn_extension_test(b, from, to, mover)) {
+        e = PAWN_EXTENSION;
       }
     }
-    if (e > PLY) e = PLY;
+    if (e > MAX_EXTENSION) e = MAX_EXTENSION;
     int new_depth = depth + e;
     bool reduced = false;
-    if (nodeType != 0 && e == 0 && depth == 2 * PLY &&
+    if (node_type != PV_NODE && e == 0 && depth == PRE_FRONTIER_DEPTH &&
         b.pieces_count[0] + b.pieces_count[1] >= 2 &&
-        b.material[mover] - b.material[mover ^ 1] + 500 < alpha) {
+        b.material[mover] - b.material[mover ^ 1] + PRE_FRONTIER_MARGIN < alpha) {
       new_depth = depth - PLY;
       reduced = true;
     }
 
     int score;
     if (legal == 1) {
-      score = -search(c, b, new_depth - PLY, ply + 1, -beta, -alpha, -nodeType, child_pv);
+      score = -search(b, new_depth - PLY, ply + 1, -beta, -alpha, -node_type, child_pv);
     } else {
       score = alpha + 1;
-      if (nodeType != 0 && !reduced && e == 0 && legal >= 5 && depth >= 5 * PLY) {
+      if (node_type != PV_NODE && !reduced && e == 0 && legal >= LATE_MOVE_INDEX && depth >= LATE_MOVE_DEPTH) {
         const int from = move_from(m);
-        const bool advanced_pawn =
-            move_piece(m) == PAWN && ((from >= 48 && from <= 55) || (from >= 16 && from <= 23));
+        // Either side's pawns on the second or the sixth row from the top.
+        const bool advanced_pawn = move_piece(m) == PAWN && (row_of(from) == 6 || row_of(from) == 2);
         if (!advanced_pawn && move_is_quiet(m)) {
           ++stats.late_reductions;
-          score = -search(c, b, new_depth - 2 * PLY, ply + 1, -alpha - 1, -alpha, 1, child_pv);
+          score = -search(b, new_depth - 2 * PLY, ply + 1, -alpha - 1, -alpha, CUT_NODE, child_pv);
         }
       }
       if (score > alpha) {
-        score = -search(c, b, new_depth - PLY, ply + 1, -alpha - 1, -alpha, 1, child_pv);
+        score = -search(b, new_depth - PLY, ply + 1, -alpha - 1, -alpha, CUT_NODE, child_pv);
         if (score > alpha && score < beta)
-          score = -search(c, b, new_depth - PLY, ply + 1, -beta, -alpha, 0, child_pv);
+          score = -search(b, new_depth - PLY, ply + 1, -beta, -alpha, PV_NODE, child_pv);
       }
     }
     unmake(b, u);
 
     if (score > best) {
       best = score;
-      pv[0] = m;
-      int i = 0;
-      for (; i < MAX_PLY && child_pv[i]; ++i) pv[i + 1] = child_pv[i];
-      pv[i + 1] = 0;
+      build_pv(pv, m, child_pv);
       if (score > alpha) {
         alpha = score;
         best_move = m;
         if (alpha >= beta) {
-          if (move_is_quiet(m)) update_killers(c, ply, m);
+          if (move_is_quiet(m)) ordering.update_killers(ply, m);
           cutoff = true;
           break;
         }
         const int plies = new_depth / PLY;
-        c.history[b.side][move_from(m)][move_to(m)] += plies * plies;
+        ordering.history[b.side][move_from(m)][move_to(m)] += plies * plies;
       }
     }
-    if (nodeType == 1) nodeType = -1;
+    if (node_type == CUT_NODE) node_type = ALL_NODE;
   }
 
   if (legal == 0) return in_check ? ply - MATE : 0;
-  if (!cutoff && best_move && move_is_quiet(best_move)) update_killers(c, ply, best_move);
+  if (!cutoff && best_move && move_is_quiet(best_move)) ordering.update_killers(ply, best_move);
 
   // Deliberate: a store happens only after alpha was raised, so every
   // stored entry is a lower bound; nodes that failed low store nothing.
   if (depth > PLY && alpha != entry_alpha) {
     if (best > entry_alpha)
-      tt.store(b.key, ply, depth, TT_LOWER, best, best_move);
+      tt_.store(b.key, ply, depth, TT_LOWER, best, best_move);
     else if (best < beta)
-      tt.store(b.key, ply, depth, TT_UPPER, best, 0);
+      tt_.store(b.key, ply, depth, TT_UPPER, best, 0);
     else
-      tt.store(b.key, ply, depth, TT_EXACT, best, best_move);
+      tt_.store(b.key, ply, depth, TT_EXACT, best, best_move);
   }
   return best;
 }
@@ -202,52 +209,52 @@ namespace {
 
 int quiet_capture_score(const board& b, Move m) {
   const int cap = move_captured(m), promo = move_promotion(m), pc = move_piece(m);
-  if (cap == KING) return -777777;
-  if (promo) return see_value[cap] + see_value[promo] + 1000000;
-  if (see_value[cap] > see_value[pc]) return see_value[cap] - see_value[pc] + 1000000;
+  if (cap == KING) return KING_CAPTURE_SCORE;
+  if (promo) return see_value[cap] + see_value[promo] + WINNING_CAPTURE_BASE;
+  if (see_value[cap] > see_value[pc]) return see_value[cap] - see_value[pc] + WINNING_CAPTURE_BASE;
   return see(b, move_from(m), move_to(m));
 }
 
 }  // namespace
 
-int quiesce(chess& c, board& b, int alpha, int beta, int flag, int ply) {
+int Search::quiesce(board& b, int alpha, int beta, int flag, int ply) {
   (void)flag;  // always 1, never read
-  count_node(c, ply);
-  if (ply >= MAX_PLY) return Evaluate(b, alpha, beta);
+  count_node(ply);
+  if (ply >= MAX_PLY) return eval.evaluate(b, alpha, beta);
   if (b.fifty >= 100) return 0;
-  if (repetitionCount(b) >= 1) return 0;
+  if (repetition_count(b) >= 1) return 0;
 
   MoveList l;
   undo u;
   const bool in_check = b.in_check;
   int best, threshold = 0;
   if (!in_check) {
-    if (bitbase_probe_allowed(c, b, ply)) {
+    if (bitbase_probe_allowed(b, ply)) {
       int score;
-      if (egbb_probe(b, score)) return score;
+      if (bitbases_->probe(b, score)) return score;
     }
-    const int e = Evaluate(b, alpha, beta);
+    const int e = eval.evaluate(b, alpha, beta);
     if (e >= beta) return e;
     best = std::max(e, alpha);
     alpha = best;
     generate_captures(b, l);
     for (int i = 0; i < l.count; ++i) l.scores[i] = quiet_capture_score(b, l.moves[i]);
     // Fixed for the node: it is not recomputed when alpha rises.
-    threshold = (b.material[b.xside] - b.material[b.side]) + best - 100;
+    threshold = (b.material[b.xside] - b.material[b.side]) + best - DELTA_MARGIN;
     if (l.count == 0) return best;
   } else {
     // In check every evasion is searched, quiet or not.
     generate_all(b, l);
     // Deliberate: a mated side scores 30000 - ply here, with the sign of a
     // win. Kept as it is.
-    if (scoreEvasions(b, l) == 0) return MATE - ply;
+    if (score_evasions(b, l) == 0) return MATE - ply;
     best = alpha;
   }
   bool any = false;
   for (int i = 0; i < l.count; ++i) {
-    selectBest(l, i);
+    select_best(l, i);
     if (!in_check) {
-      if (l.scores[i] == -777777) continue;
+      if (l.scores[i] == KING_CAPTURE_SCORE) continue;
       if (l.scores[i] <= threshold) {
         ++stats.quiesce_skipped;
         continue;
@@ -257,7 +264,7 @@ int quiesce(chess& c, board& b, int alpha, int beta, int flag, int ply) {
     any = true;
     // The child needs to know whether it is in check: make does not say.
     b.in_check = gives_check(b);
-    const int score = -quiesce(c, b, -beta, -alpha, 1, ply + 1);
+    const int score = -quiesce(b, -beta, -alpha, 1, ply + 1);
     unmake(b, u);
     best = std::max(best, score);
     if (best > alpha) {

@@ -1,39 +1,57 @@
-// The search's interface to the protocols: limits, results, think.
+// The search as an object: everything one search needs (its limits, stop
+// state, clock, counters, root data, killers, history, principal variation
+// and evaluator) lives in a Search, which its owner creates once and runs
+// again and again. The transposition table is shared, handed in; what the
+// search has to say goes to a listener, which a protocol implements.
 #pragma once
-#include "position/types.h"
+#include <csetjmp>
+
+#include "eval/eval.h"
+#include "position/board.h"
+#include "search/hash.h"
+#include "search/listener.h"
+#include "search/ordering.h"
 
 namespace orvo {
 
-class chess;
+class Bitbases;
 
 constexpr int MATE = 30000;
 constexpr int NO_SCORE = -50000;
 constexpr int MAX_PLY = 63;
 constexpr int PLY = 60;  // depth units per ply
+// Scores beyond this bound are mate scores: the null move is tried only
+// within it and never returns more, and the output writes a score beyond it
+// as moves to mate.
+constexpr int MATE_BOUND = 29744;
+// The search looks at its clock and its listener every so many nodes.
+constexpr int POLL_INTERVAL = 10000;
 
-// What the protocols set before a search (times in seconds).
+// What a protocol sets before a search (times in seconds).
 struct SearchLimits {
-  bool fixedDepth;
-  i32 depthLimit;  // plies
+  bool fixed_depth;
+  i32 depth_limit;  // plies
   bool timed;
-  double targetTime;
-  double hardLimit;
+  double target_time;
+  double hard_limit;
   bool infinite;  // only a command ends the search; no mate-distance pruning
   bool analysis;  // no book, no easy-move or score-drop bookkeeping
-  i32 movesPerSession;
+  i32 moves_per_session;
   double increment;
 };
-extern SearchLimits limits;
+
+// The best-bound codes of SearchState::best_bound.
+constexpr int BOUND_EXACT = 3, BOUND_LOWER = 2, BOUND_UPPER = 1;
 
 // What a search leaves behind, and its bookkeeping while it runs.
 struct SearchState {
-  Move root_moves[256];
-  i32 root_scores[256];
+  Move root_moves[MAX_MOVES];
+  i32 root_scores[MAX_MOVES];
   i32 root_count;
   Move best_move;
   i32 best_score;
   i32 best_depth;
-  i32 best_bound;  // 3 exact, 2 lower bound (fail high), 1 upper bound (fail low)
+  i32 best_bound;  // BOUND_EXACT, BOUND_LOWER (fail high) or BOUND_UPPER (fail low)
   i32 previous_score;
   i32 current_depth, current_move_index;
   Move current_move;
@@ -44,13 +62,12 @@ struct SearchState {
   bool fail_high;
   bool easy_move;
   bool stop;          // set by the limit tests
-  bool stop_command;  // a command ("stop", "exit", "quit"...) asked to end the search
-  // The protocol's input hook gave the search up for a command that changes
-  // the game: its move is not to be played.
+  bool stop_command;  // a command ("stop", "exit", "?"...) asked to end the search
+  // The listener gave the search up (a command that changes the game, the
+  // end of the input): its move is not to be played.
   bool abandoned;
   Move expected_reply;
 };
-extern SearchState state;
 
 // The clock of the running search.
 struct SearchClock {
@@ -60,11 +77,9 @@ struct SearchClock {
   double elapsed;      // seconds
   double nps;
   double cpu_load;     // always 0: there is no second time base
-  double last_info;    // elapsed time of the last periodic "info" line
 };
-extern SearchClock search_clock;
 
-// What the search did, counted for tests and tuning; cleared by resetSearch.
+// What the search did, counted for tests and tuning; cleared by reset.
 struct SearchStats {
   i64 null_tries;     // null moves searched
   i64 null_evals;     // evaluations made to allow a null move (depth above 4 plies)
@@ -72,21 +87,9 @@ struct SearchStats {
   i64 recapture_extensions;
   i64 quiesce_skipped;  // captures passed over by quiescence's delta threshold
 };
-extern SearchStats stats;
-extern i64 nodes;  // 64-bit: a long analysis passes two billion nodes
-extern i32 seldepth;
 
 // Seconds of the monotonic clock.
 double now_seconds();
-
-// Clears the limits (UCI mode only; xboard keeps them between moves), the
-// results and counters, and empties the evaluation's material cache.
-void resetSearch(chess& c);
-void updateClock();
-// Searches the game position within the limits; returns the move (0 when
-// the side to move has none). The best move, score and the expected reply
-// are also left in `state`.
-Move think(chess& c);
 
 // Time for one move from a clock: time left and increment in seconds,
 // moves to go (below 1 means 30), and the ponder factor (1.25 or 1.0).
@@ -95,5 +98,102 @@ struct TimeAllocation {
   double hard;
 };
 TimeAllocation allocate_time(double time_left, double increment, int moves_to_go, double factor);
+// The share of the clock a move may use, and the part of it kept back.
+constexpr double CLOCK_SHARE = 0.95;
+constexpr double CLOCK_RESERVE = 1.0;  // seconds never spent
+// The hard limit is at least this share of the time for the session.
+constexpr double HARD_SHARE = 0.25;
+// A fixed move time is the hard limit; the target lies this many times
+// beyond it, so that only the hard limit binds.
+constexpr double MOVE_TIME_TARGET_FACTOR = 5.0;
+// The time for a move is stretched by this while pondering is on.
+constexpr double PONDER_TIME_FACTOR = 1.25;
+// Moves to go when a clock says nothing about them.
+constexpr int DEFAULT_MOVES_TO_GO = 30;
+
+class Search {
+ public:
+  // The table is shared with whoever else searches; the bitbases may be
+  // null (none loaded).
+  explicit Search(hash& tt, const Bitbases* bitbases = nullptr);
+  Search(const Search&) = delete;
+  Search& operator=(const Search&) = delete;
+
+  // Who hears what the search has to say; null: nobody (nothing is printed
+  // and only the limits end the search).
+  void set_listener(SearchListener* listener) { listener_ = listener ? listener : &silent_; }
+  void set_bitbases(const Bitbases* bitbases) { bitbases_ = bitbases; }
+  hash& table() { return tt_; }
+
+  // Before every search: the results, counters and stop state cleared, and
+  // the material cache emptied. With clear_limits (UCI, a new game) the
+  // limits are cleared too; the xboard side keeps them between moves,
+  // since "level", "st" and "sd" set them once.
+  void reset(bool clear_limits);
+  // Searches the position within the limits; returns the move (0 when the
+  // side to move has none). The best move, its score and the expected
+  // reply are also left in state. The position itself is not touched.
+  Move think(const board& game);
+  // The clock's elapsed time and nodes per second, brought up to date.
+  void update_clock();
+  // Seconds since the clock started, without updating it.
+  double elapsed_now() const;
+
+  // Nodes between two looks at the clock and the listener (POLL_INTERVAL
+  // unless changed); takes effect at the next reset.
+  void set_poll_interval(int nodes) { poll_setting_ = nodes < 1 ? 1 : nodes; }
+
+  SearchLimits limits{};
+  SearchState state{};
+  SearchClock clock{};
+  SearchStats stats{};
+  i64 nodes = 0;  // 64-bit: a long analysis passes two billion nodes
+  i32 seldepth = 0;
+  // The root depth in plies of the running iteration.
+  i32 root_depth = 0;
+  // The principal variation: 0-terminated; slot MAX_PLY + 1 stays 0. It
+  // survives into the next search, where it biases the root ordering.
+  Move pv[MAX_PLY + 2] = {};
+  Ordering ordering;
+  Evaluator eval;
+
+  // The searches themselves, public for tests that drive single nodes.
+  int search(board& b, int depth, int ply, int alpha, int beta, int node_type, Move* pv_out);
+  int quiesce(board& b, int alpha, int beta, int flag, int ply);
+  // Orders the root list on b, a copy of the game position.
+  int order_root_moves(board& b);
+  int search_root(board& b, int depth, int alpha, int beta, bool first_iteration);
+  // Endgame bitbases may be asked at this node (both searches use the test).
+  bool bitbase_probe_allowed(const board& b, int ply) const;
+  // The poll of every POLL_INTERVAL nodes: the clock, the listener, and the
+  // limits; may not return (the search is then unwound to think).
+  void poll();
+
+ private:
+  // Counts a node: node counter, selective depth, and the poll every
+  // interval (which may not return).
+  void count_node(int ply);
+  // The PV line of a new best root move, and the score-drop bookkeeping
+  // that follows it.
+  void report_new_best();
+  void report_root_move();
+  // Stores the score with the principal variation (a walk that in practice
+  // stores nothing, see search_root).
+  void replay_pv(board& b, int best);
+  // The end of the search: the clock stopped and the expected reply taken
+  // from the principal variation.
+  Move finish(Move move);
+
+  hash& tt_;
+  const Bitbases* bitbases_;
+  SearchListener silent_;
+  SearchListener* listener_ = &silent_;
+  board work_;  // the copy of the game position the search runs on
+  i32 poll_countdown_ = POLL_INTERVAL;
+  i32 poll_interval_ = POLL_INTERVAL;
+  i32 poll_setting_ = POLL_INTERVAL;
+  // Where poll unwinds to; set by think for the length of the search.
+  std::jmp_buf* abort_point_ = nullptr;
+};
 
 }  // namespace orvo

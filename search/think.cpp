@@ -1,68 +1,49 @@
-// Iterative deepening, the root search and its output lines.
+// Iterative deepening and the root search.
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 
-#include "book/book.h"
-#include "engine/chess.h"
-#include "eval/eval.h"
 #include "position/makemove.h"
 #include "position/movegen.h"
-#include "protocol/movetext.h"
-#include "protocol/output.h"
-#include "search/hash.h"
-#include "search/internal.h"
-#include "search/ordering.h"
 #include "search/search.h"
+#include "search/tree.h"
 
 namespace orvo {
+
+using namespace tree;
 
 namespace {
 
 constexpr int MAX_ITERATION = 64 * PLY;  // 3840 units: iteration 64 is the last
-
-// The PV as coordinate text, with the move being pondered on in front.
-void pv_text(const chess& c, char* out, size_t cap) {
-  size_t n = 0;
-  out[0] = 0;
-  if (c.pondering && c.ponder_move_text[0])
-    n += std::snprintf(out, cap, "(%s)", c.ponder_move_text);
-  for (int i = 0; i < MAX_PLY + 1 && c.pv[i] && n + 8 < cap; ++i) {
-    char m[8];
-    move_to_text(c.pv[i], m);
-    n += std::snprintf(out + n, cap - n, n ? " %s" : "%s", m);
-  }
-}
-
-double elapsed_now() {
-  const SearchClock& k = search_clock;
-  return k.accumulated + (k.running ? now_seconds() - k.start : 0.0);
-}
+constexpr int FIRST_ITERATION = PLY + PLY / 2;
+// Later iterations search a window this wide around the previous score.
+constexpr int ASPIRATION_WINDOW = 400;
+// Root ordering: a move of the previous principal variation goes first,
+// and under-promotions after their queen.
+constexpr int PV_ORDER_BONUS = 2000000;
+constexpr int UNDER_PROMOTION_PENALTY = 50;
+// Without a check, a root move is scored by a quiescence search with this
+// open window.
+constexpr int OPEN_WINDOW = 50000;
+// With a single legal move the search goes this many plies deep.
+constexpr int SINGLE_MOVE_DEPTH = 4;
+// A score that falls this much below the previous iteration's counts as a
+// drop; after depth 1 a first move this far ahead of the second is easy.
+constexpr int SCORE_DROP = 50;
+constexpr int EASY_MOVE_MARGIN = 150;
+// Shares of the target time after which an iteration's end stops the
+// search: with an easy move, and without a fail high or a score drop.
+constexpr double EASY_MOVE_SHARE = 0.2;
+constexpr double STEADY_SHARE = 0.6;
+// The ply the principal-variation replay stores its entries with.
+constexpr int PV_REPLAY_PLY = MAX_ITERATION;
 
 }  // namespace
 
-void printPV(chess& c) {
-  updateClock();
-  char text[1024];
-  pv_text(c, text, sizeof text);
-  const int score = state.best_score;
-  if (c.uci_mode) {
-    const char* bound = state.best_bound == 2 ? " lowerbound" : state.best_bound == 1 ? " upperbound" : "";
-    const double ms = search_clock.elapsed * 1000;
-    if (score < -29744 || score >= 29745) {
-      const int mate = score < -29744 ? -((score + MATE) / 2) : (MATE + 1 - score) / 2;
-      send_line("info depth %d seldepth %d score mate %d%s time %.0f nodes %lld pv %s",
-                state.best_depth, seldepth, mate, bound, ms, (long long)nodes, text);
-    } else {
-      send_line("info depth %d seldepth %d score cp %d%s time %.0f nodes %lld pv %s", state.best_depth,
-                seldepth, score, bound, ms, (long long)nodes, text);
-    }
-  } else if (c.post_on) {
-    send_line("%4d %6d %8.0f %12lld %s", state.best_depth, score, search_clock.elapsed * 100, (long long)nodes,
-              text);
-  }
+void Search::report_new_best() {
+  update_clock();
+  listener_->new_best(*this);
   if (state.best_depth >= 2 && !limits.analysis) {
-    if (state.best_score <= state.previous_score - 50) {
+    if (state.best_score <= state.previous_score - SCORE_DROP) {
       state.score_dropped = true;
       state.easy_move = false;
       state.stop = false;
@@ -72,15 +53,9 @@ void printPV(chess& c) {
   }
 }
 
-void printCurrMove(chess& c) {
-  if (!c.uci_mode || elapsed_now() < 1.0) return;
-  char m[8];
-  // Deliberate: names the best move so far, not the move being searched.
-  move_to_text(state.best_move, m);
-  send_line("info currmove %s currmovenumber %d", m, state.current_move_index + 1);
-}
+void Search::report_root_move() { listener_->root_move(*this); }
 
-int orderRootMoves(chess& c, board& b) {
+int Search::order_root_moves(board& b) {
   undo u;
   int legal = 0;
   for (int i = 0; i < state.root_count; ++i) {
@@ -88,42 +63,37 @@ int orderRootMoves(chess& c, board& b) {
     if (!make(b, m, u)) continue;
     const bool check = is_attacked(b, b.king_sq[b.side], b.xside);
     b.in_check = check;
-    int score = check ? 0 : -quiesce(c, b, -50000, 50000, 1, 1);
+    int score = check ? 0 : -quiesce(b, -OPEN_WINDOW, OPEN_WINDOW, 1, 1);
     // Anywhere in the previous search's principal variation: the first
     // slot is cleared before every search, the rest survive.
-    for (int k = 0; k < 64; ++k)
-      if (c.pv[k] == m) {
-        score += 2000000;
+    for (int k = 0; k < MAX_PLY + 1; ++k)
+      if (pv[k] == m) {
+        score += PV_ORDER_BONUS;
         break;
       }
     const int promo = move_promotion(m);
-    if (promo && promo != QUEEN) score -= 50;
+    if (promo && promo != QUEEN) score -= UNDER_PROMOTION_PENALTY;
     unmake(b, u);
     state.root_moves[legal] = m;
     state.root_scores[legal] = score;
     ++legal;
   }
-  // Bubble sort, descending; equal scores keep their order.
+  bubble_sort(state.root_moves, state.root_scores, legal);
+  // The bonus only orders; it is taken off again.
   for (int i = 0; i < legal; ++i)
-    for (int j = 0; j + 1 < legal - i; ++j)
-      if (state.root_scores[j] < state.root_scores[j + 1]) {
-        std::swap(state.root_scores[j], state.root_scores[j + 1]);
-        std::swap(state.root_moves[j], state.root_moves[j + 1]);
-      }
-  for (int i = 0; i < legal; ++i)
-    if (state.root_scores[i] > 1000000) state.root_scores[i] -= 2000000;
+    if (state.root_scores[i] > PV_ORDER_BONUS / 2) state.root_scores[i] -= PV_ORDER_BONUS;
   state.root_count = legal;
   state.legal_root_count = legal;
   if (legal == 1) {
-    limits.fixedDepth = true;
-    limits.depthLimit = 4;
+    limits.fixed_depth = true;
+    limits.depth_limit = SINGLE_MOVE_DEPTH;
   }
   return legal;
 }
 
-int searchRoot(chess& c, board& b, int depth, int alpha, int beta, bool first_iteration) {
+int Search::search_root(board& b, int depth, int alpha, int beta, bool first_iteration) {
   ++nodes;
-  --poll_countdown;
+  --poll_countdown_;
   const int last_to = move_to(b.last_move);
   for (int i = 0; i < state.root_count; ++i) state.root_scores[i] = 0;
   const bool root_in_check = is_attacked(b, b.king_sq[b.side], b.xside);
@@ -137,33 +107,34 @@ int searchRoot(chess& c, board& b, int depth, int alpha, int beta, bool first_it
     state.current_depth = depth / PLY;
     state.current_move_index = i;
     state.current_move = m;
-    printCurrMove(c);
+    report_root_move();
     if (!make(b, m, u)) continue;
     ++legal;
     const bool check = is_attacked(b, b.king_sq[b.side], b.xside);
     b.in_check = check;
-    int e = root_in_check ? PLY : 0;
-    if (check) e += PLY;
+    // A check at the root extends every move by a ply; the other tests are
+    // those of the tree, without its PV-node condition.
+    int e = root_in_check ? CHECK_EXTENSION : 0;
+    if (check) e += CHECK_EXTENSION;
     if (e == 0) {
       const int from = move_from(m), to = move_to(m), mover = b.xside;
       if (to == last_to && see(b, from, to) > 0)
-        e = 30;
-      else if (b.piece[from] == PAWN &&
-               ((mover == 0 && to >= 8 && to <= 15) || (mover == 1 && to >= 48 && to <= 55)))
-        e = 45;  // inert, as in the main search
+        e = RECAPTURE_EXTENSION;
+      else if (pawn_extension_test(b, from, to, mover))
+        e = PAWN_EXTENSION;
     }
-    if (e > PLY) e = PLY;
+    if (e > MAX_EXTENSION) e = MAX_EXTENSION;
     int score;
     if (legal == 1 || first_iteration) {
-      score = -search(c, b, depth + e - PLY, 1, -beta, -alpha, 0, child_pv);
+      score = -search(b, depth + e - PLY, 1, -beta, -alpha, PV_NODE, child_pv);
     } else {
-      score = -search(c, b, depth + e - PLY, 1, -alpha - 1, -alpha, 1, child_pv);
+      score = -search(b, depth + e - PLY, 1, -alpha - 1, -alpha, CUT_NODE, child_pv);
       if (alpha < score && score < beta) {
         state.fail_high = true;
         state.easy_move = false;
         state.stop = false;
-        printCurrMove(c);
-        score = -search(c, b, depth + e - PLY, 1, -beta, -alpha, 0, child_pv);
+        report_root_move();
+        score = -search(b, depth + e - PLY, 1, -beta, -alpha, PV_NODE, child_pv);
       }
     }
     unmake(b, u);
@@ -172,12 +143,9 @@ int searchRoot(chess& c, board& b, int depth, int alpha, int beta, bool first_it
       state.best_move = m;
       state.best_score = score;
       state.best_depth = depth / PLY;
-      state.best_bound = (alpha < score && score < beta) ? 3 : score >= beta ? 2 : 1;
-      c.pv[0] = m;
-      int k = 0;
-      for (; k < MAX_PLY && child_pv[k]; ++k) c.pv[k + 1] = child_pv[k];
-      c.pv[k + 1] = 0;
-      printPV(c);
+      state.best_bound = (alpha < score && score < beta) ? BOUND_EXACT : score >= beta ? BOUND_LOWER : BOUND_UPPER;
+      build_pv(pv, m, child_pv);
+      report_new_best();
       best = score;
       if (score > alpha) {
         // The first iteration keeps its window so every root move gets an
@@ -187,102 +155,107 @@ int searchRoot(chess& c, board& b, int depth, int alpha, int beta, bool first_it
       }
     }
   }
-  for (int i = 0; i < state.root_count; ++i)
-    for (int j = 0; j + 1 < state.root_count - i; ++j)
-      if (state.root_scores[j] < state.root_scores[j + 1]) {
-        std::swap(state.root_scores[j], state.root_scores[j + 1]);
-        std::swap(state.root_moves[j], state.root_moves[j + 1]);
-      }
-  if (entry_alpha < best && best < beta) {
-    // Deliberate: the replay starts at slot 64, one past the usable PV, and
-    // stops at the first empty or illegal slot, so in practice it stores
-    // nothing. Kept as it is.
-    undo replay[MAX_PLY + 2];
-    int made = 0;
-    for (int k = 64; k >= 0; --k) {
-      if (!c.pv[k] || !make(b, c.pv[k], replay[made])) break;
-      ++made;
-    }
-    while (made > 0) {
-      --made;
-      unmake(b, replay[made]);
-      tt.store(b.key, 3840, 0, TT_EXACT, best, replay[made].move);
-    }
-  }
+  bubble_sort(state.root_moves, state.root_scores, state.root_count);
+  if (entry_alpha < best && best < beta) replay_pv(b, best);
   b.in_check = root_in_check;
   return best;
 }
 
-Move think(chess& c) {
-  board work = c.pos;
-  c.root_depth = 0;
-  clearKillers(c);
-  std::memset(c.history, 0, sizeof c.history);
+void Search::replay_pv(board& b, int best) {
+  // Deliberate: the replay starts at slot MAX_PLY + 1, one past the usable
+  // PV, and stops at the first empty or illegal slot, so in practice it
+  // stores nothing. Kept as it is.
+  undo replay[MAX_PLY + 2];
+  int made = 0;
+  for (int k = MAX_PLY + 1; k >= 0; --k) {
+    if (!pv[k] || !make(b, pv[k], replay[made])) break;
+    ++made;
+  }
+  while (made > 0) {
+    --made;
+    unmake(b, replay[made]);
+    tt_.store(b.key, PV_REPLAY_PLY, 0, TT_EXACT, best, replay[made].move);
+  }
+}
+
+Move Search::finish(Move move) {
+  update_clock();
+  clock.running = false;
+  state.expected_reply = pv[0] ? pv[1] : 0;
+  listener_->search_done(*this);
+  return move;
+}
+
+Move Search::think(const board& game) {
+  listener_->search_started(*this);
+  work_ = game;
+  root_depth = 0;
+  ordering.clear_killers();
+  ordering.clear_history();
   MoveList list;
-  generate_all(c.pos, list);
+  generate_all(game, list);
   state.root_count = 0;
   state.expected_reply = 0;
-  if (list.count == 0) return 0;
+  if (list.count == 0) {
+    listener_->search_done(*this);
+    return 0;
+  }
 
   std::jmp_buf here;
-  std::jmp_buf* const outer = abort_point;
-  abort_point = &here;
+  std::jmp_buf* const outer = abort_point_;
+  abort_point_ = &here;
   if (setjmp(here)) {
     // Abandoned from inside the tree: the working copy is discarded, the
     // game board was never touched.
-    abort_point = outer;
-    updateClock();
-    search_clock.running = false;
-    state.expected_reply = c.pv[0] ? c.pv[1] : 0;
-    return state.best_move;
+    abort_point_ = outer;
+    return finish(state.best_move);
   }
 
   std::memcpy(state.root_moves, list.moves, sizeof(Move) * list.count);
   std::memcpy(state.root_scores, list.scores, sizeof(i32) * list.count);
   state.root_count = list.count;
 
-  if (c.book_on && !limits.analysis && c.book_failures < 3) {
-    Move m = 0;
-    if (probe_book(c, state.root_moves, state.root_count, m)) {
-      state.book_move = true;
-      state.have_move = true;
-      c.pv[0] = m;
-      c.pv[1] = 0;
-      state.best_move = m;
-      abort_point = outer;
-      return m;
-    }
+  // The book, for a move of the game (never for an analysis).
+  Move book = 0;
+  if (!limits.analysis && listener_->book_move(*this, state.root_moves, state.root_count, book)) {
+    state.book_move = true;
+    state.have_move = true;
+    pv[0] = book;
+    pv[1] = 0;
+    state.best_move = book;
+    abort_point_ = outer;
+    listener_->search_done(*this);
+    return book;
   }
   state.book_move = false;
 
-  if (orderRootMoves(c, work) == 0) {
-    abort_point = outer;
+  if (order_root_moves(work_) == 0) {
+    abort_point_ = outer;
+    listener_->search_done(*this);
     return 0;
   }
-  tt.new_search();
-  search_clock.running = true;
-  search_clock.start = now_seconds();
-  work = c.pos;
-  root_castle = work.castle;
+  tt_.new_search();
+  clock.running = true;
+  clock.start = now_seconds();
+  work_ = game;
+  eval.set_root_castle(work_.castle);
 
-  for (int d = PLY + PLY / 2; d <= MAX_ITERATION; d += PLY) {
+  for (int d = FIRST_ITERATION; d <= MAX_ITERATION; d += PLY) {
     const int p = d / PLY;
-    c.root_depth = p;
+    root_depth = p;
     state.score_dropped = state.previous_score_dropped = false;
     seldepth = p;
     int alpha = -MATE, beta = MATE;
     if (p > 1) {
-      alpha = std::max(state.previous_score - 400, -MATE);
-      beta = std::min(state.previous_score + 400, MATE);
+      alpha = std::max(state.previous_score - ASPIRATION_WINDOW, -MATE);
+      beta = std::min(state.previous_score + ASPIRATION_WINDOW, MATE);
     }
-    searchRoot(c, work, d, alpha, beta, p == 1);
-    updateClock();
-    if (c.uci_mode)
-      send_line("info depth %d seldepth %d time %.0f nodes %lld", p, seldepth,
-                search_clock.elapsed * 1000, (long long)nodes);
+    search_root(work_, d, alpha, beta, p == 1);
+    update_clock();
+    listener_->iteration_done(*this, p);
     state.have_move = true;
     if (p == 1 && !limits.analysis && state.legal_root_count >= 2 &&
-        state.root_scores[0] >= state.root_scores[1] + 150)
+        state.root_scores[0] >= state.root_scores[1] + EASY_MOVE_MARGIN)
       state.easy_move = true;
     bool dropped = state.score_dropped;
     if (p > 1 && !limits.analysis) {
@@ -292,21 +265,19 @@ Move think(chess& c) {
     }
     state.previous_score = state.best_score;
 
-    const double elapsed = search_clock.elapsed;
-    if (limits.fixedDepth && p >= limits.depthLimit) state.stop = true;
+    const double elapsed = clock.elapsed;
+    if (limits.fixed_depth && p >= limits.depth_limit) state.stop = true;
     if (limits.timed) {
-      if (elapsed >= limits.targetTime && !dropped) state.stop = true;
-      if (!limits.analysis && elapsed >= 0.2 * limits.targetTime && state.easy_move) state.stop = true;
-      if (!limits.analysis && elapsed >= 0.6 * limits.targetTime && !dropped && !state.fail_high)
+      if (elapsed >= limits.target_time && !dropped) state.stop = true;
+      if (!limits.analysis && elapsed >= EASY_MOVE_SHARE * limits.target_time && state.easy_move)
+        state.stop = true;
+      if (!limits.analysis && elapsed >= STEADY_SHARE * limits.target_time && !dropped && !state.fail_high)
         state.stop = true;
     }
     if (state.stop_command || (state.stop && !limits.infinite)) break;
   }
-  abort_point = outer;
-  updateClock();
-  search_clock.running = false;
-  state.expected_reply = c.pv[0] ? c.pv[1] : 0;
-  return c.pv[0];
+  abort_point_ = outer;
+  return finish(pv[0]);
 }
 
 }  // namespace orvo

@@ -6,22 +6,15 @@
 #include <cstdarg>
 #include <cstdio>
 
-#include "protocol/output.h"
+#include "io/output.h"
 #include "tools/ini.h"
 
 namespace orvo {
-
-bool egbb_loaded = false;
 
 namespace {
 
 // The loader's result is not used.
 using LoadFunction = int (*)(char* path, int cache_size, int load_options);
-using ProbeFunction = int (*)(int side, int white_king, int black_king, int piece1, int square1,
-                              int piece2, int square2, int piece3, int square3);
-
-void* library = nullptr;
-ProbeFunction probe_function = nullptr;
 
 // Library piece codes by piece type (pawn .. king); Black's are 6 higher.
 constexpr int white_code[7] = {0, 6, 5, 4, 3, 2, 1};
@@ -31,68 +24,68 @@ constexpr int BLACK_OFFSET = 6;
 // Linux: the bitbase library's own name there.
 constexpr const char* library_names[] = {EGBB_LIBRARY_NAME, EGBB_LINUX_LIBRARY_NAME};
 constexpr int NAME_SIZE = PATH_SIZE + 16;
-
-void release() {
-  if (library) dlclose(library);
-  library = nullptr;
-  probe_function = nullptr;
-  egbb_loaded = false;
-}
+// The path handed to the library's loader, which takes it writable.
+constexpr int LOADER_PATH_SIZE = PATH_SIZE;
 
 // Why a file that is there cannot serve, on standard error, so a user sees
 // why the bitbases stay off; not into a pipe that standard output shares.
 __attribute__((format(printf, 1, 2))) void report(const char* format, ...) {
   if (!stderr_is_own_channel()) return;
+  char text[OUTPUT_BUFFER_SIZE];
   std::va_list args;
   va_start(args, format);
-  std::vfprintf(stderr, format, args);
+  std::vsnprintf(text, sizeof text, format, args);
   va_end(args);
-}
-
-// Opens one candidate and finds both entry points; a file that is there
-// but cannot serve (not a library for this machine, an entry point
-// missing) is reported.
-LoadFunction open_candidate(const char* name) {
-  const bool present = access(name, F_OK) == 0;
-  library = dlopen(name, RTLD_NOW | RTLD_LOCAL);
-  if (!library) {
-    if (present) report("egbb: cannot load %s: %s\n", name, dlerror());
-    return nullptr;
-  }
-  const auto load = reinterpret_cast<LoadFunction>(dlsym(library, "load_egbb_5men"));
-  probe_function = reinterpret_cast<ProbeFunction>(dlsym(library, "probe_egbb_5men"));
-  // A library without both entry points counts as missing rather than
-  // being called through a null address.
-  if (!load || !probe_function) {
-    report("egbb: %s lacks load_egbb_5men or probe_egbb_5men\n", name);
-    release();
-    return nullptr;
-  }
-  return load;
+  err("%s", text);
 }
 
 }  // namespace
 
-bool egbb_load() {
+Bitbases::~Bitbases() { release(); }
+
+void Bitbases::release() {
+  if (library_) dlclose(library_);
+  library_ = nullptr;
+  probe_ = nullptr;
+}
+
+bool Bitbases::load(const char* path) {
   release();
   LoadFunction load = nullptr;
   for (const char* file : library_names) {
     char name[NAME_SIZE];
-    std::snprintf(name, sizeof name, "%s%s", egbb_path, file);
-    if ((load = open_candidate(name))) break;
+    std::snprintf(name, sizeof name, "%s%s", path, file);
+    // Opens the candidate and finds both entry points; a file that is there
+    // but cannot serve (not a library for this machine, an entry point
+    // missing) is reported.
+    const bool present = access(name, F_OK) == 0;
+    library_ = dlopen(name, RTLD_NOW | RTLD_LOCAL);
+    if (!library_) {
+      if (present) report("egbb: cannot load %s: %s\n", name, dlerror());
+      continue;
+    }
+    load = reinterpret_cast<LoadFunction>(dlsym(library_, "load_egbb_5men"));
+    probe_ = reinterpret_cast<ProbeFunction>(dlsym(library_, "probe_egbb_5men"));
+    // A library without both entry points counts as missing rather than
+    // being called through a null address.
+    if (load && probe_) break;
+    report("egbb: %s lacks load_egbb_5men or probe_egbb_5men\n", name);
+    release();
+    load = nullptr;
   }
   if (!load) {
     out("EgbbProbe not Loaded!\n");
     return false;
   }
-  load(egbb_path, EGBB_CACHE_SIZE, EGBB_LOAD_OPTIONS);
-  egbb_loaded = true;
+  char loader_path[LOADER_PATH_SIZE];
+  std::snprintf(loader_path, sizeof loader_path, "%s", path);
+  load(loader_path, EGBB_CACHE_SIZE, EGBB_LOAD_OPTIONS);
   out("EgbbProbe Loaded!\n");
   return true;
 }
 
-bool egbb_probe(const board& b, int& score) {
-  if (!probe_function) return false;
+bool Bitbases::probe(const board& b, int& score) const {
+  if (!probe_) return false;
   int king[2] = {0, 0};
   int piece[3] = {0, 0, 0}, square[3] = {0, 0, 0};
   int n = 0;
@@ -110,8 +103,8 @@ bool egbb_probe(const board& b, int& score) {
     }
   }
   // The library's side code is 0 for White to move: the board's xside.
-  score = probe_function(b.xside, king[WHITE], king[BLACK], piece[0], square[0], piece[1],
-                         square[1], piece[2], square[2]);
+  score = probe_(b.xside, king[WHITE], king[BLACK], piece[0], square[0], piece[1], square[1], piece[2],
+                 square[2]);
   return score != EGBB_UNKNOWN;
 }
 

@@ -17,17 +17,35 @@ constexpr int EGBB_LOAD_OPTIONS = 1;
 // The library's answer for a position it does not know.
 constexpr int EGBB_UNKNOWN = 99999;
 
-// True when the last load succeeded; the search probes only then.
-extern bool egbb_loaded;
+// The loaded library. One per engine: the library itself is a resource of
+// the process. Probing only reads, so searches running side by side may
+// share it.
+class Bitbases {
+ public:
+  Bitbases() = default;
+  ~Bitbases();
+  Bitbases(const Bitbases&) = delete;
+  Bitbases& operator=(const Bitbases&) = delete;
 
-// Releases a library loaded earlier, then loads egbb_path + "egbbdll.dll"
-// (or, failing that, egbb_path + "egbbso64.so") and hands it egbb_path.
-// Prints whether it worked; a file that exists but cannot serve is named
-// on standard error with the reason.
-bool egbb_load();
+  // Releases a library loaded earlier, then loads path + "egbbdll.dll" (or,
+  // failing that, path + "egbbso64.so") and hands it the path. Prints
+  // whether it worked; a file that exists but cannot serve is named on
+  // standard error with the reason.
+  bool load(const char* path);
+  // True when the last load succeeded; the search probes only then.
+  bool loaded() const { return probe_ != nullptr; }
+  // Probes the position (at most three pieces besides the kings); true and
+  // the library's score when the position is in the bitbases.
+  bool probe(const board& b, int& score) const;
 
-// Probes the position (at most three pieces besides the kings); true and
-// the library's score when the position is in the bitbases.
-bool egbb_probe(const board& b, int& score);
+  using ProbeFunction = int (*)(int side, int white_king, int black_king, int piece1, int square1,
+                                int piece2, int square2, int piece3, int square3);
+
+ private:
+  void release();
+
+  void* library_ = nullptr;
+  ProbeFunction probe_ = nullptr;
+};
 
 }  // namespace orvo

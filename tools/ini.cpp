@@ -4,15 +4,9 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "protocol/output.h"
+#include "io/output.h"
 
 namespace orvo {
-
-int hash_size = HASH_SIZE_DEFAULT;
-// 38 blanks: without an ini file, opening the book and loading the bitbase
-// library fail, each with its own message.
-char egbb_path[PATH_SIZE] = "                                      ";
-char book_path[PATH_SIZE] = "                                      ";
 
 namespace {
 
@@ -38,14 +32,14 @@ void copy_first_word(char* path, const char* value) {
 
 }  // namespace
 
-bool read_ini() {
-  hash_size = HASH_SIZE_DEFAULT;
+bool read_ini(Settings& settings) {
+  settings.hash_size = HASH_SIZE_DEFAULT;
   std::FILE* f = std::fopen(INI_FILE_NAME, "r");
   if (!f) {
     // Deliberately left out when standard error is the pipe of standard
     // output: front ends that read both on one pipe (xboard among them)
     // take any line with "not found" for a failed engine start.
-    if (stderr_is_own_channel()) std::fprintf(stderr, "\"%s\" not found.\n\n", INI_FILE_NAME);
+    if (stderr_is_own_channel()) err("\"%s\" not found.\n\n", INI_FILE_NAME);
     return false;
   }
   char line[LINE_SIZE];
@@ -57,13 +51,13 @@ bool read_ini() {
     const char* value = std::strlen(line) >= size_t(VALUE_OFFSET) ? line + VALUE_OFFSET : "";
     if (std::strncmp(line, "hash_size", KEY_LENGTH) == 0) {
       const int mb = std::atoi(value);
-      if (mb >= 8 && mb <= 512) hash_size = mb;
+      if (mb >= 8 && mb <= 512) settings.hash_size = mb;
     } else if (std::strncmp(line, "egbb_path", KEY_LENGTH) == 0) {
-      copy_first_word(egbb_path, value);
-      out("egbb: %s\n", egbb_path);
+      copy_first_word(settings.egbb_path, value);
+      out("egbb: %s\n", settings.egbb_path);
     } else if (std::strncmp(line, "book_path", KEY_LENGTH) == 0) {
-      copy_first_word(book_path, value);
-      out("opening database: %s\n", book_path);
+      copy_first_word(settings.book_path, value);
+      out("opening database: %s\n", settings.book_path);
     }
   }
   std::fclose(f);

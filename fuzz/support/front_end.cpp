@@ -8,7 +8,7 @@
 #include <cstdarg>
 #include <cstring>
 
-#include "protocol/input.h"
+#include "io/input.h"
 
 extern "C" {
 ssize_t __real_read(int fd, void* buf, size_t n);

@@ -9,7 +9,7 @@
 #include "position/fen.h"
 #include "position/makemove.h"
 #include "position/movegen.h"
-#include "protocol/movetext.h"
+#include "io/movetext.h"
 #include "tests/book/book_files.h"
 
 namespace orvo::test {

@@ -15,7 +15,7 @@
 
 #include "engine/chess.h"
 #include "position/fen.h"
-#include "protocol/movetext.h"
+#include "io/movetext.h"
 #include "tests/protocol/fake_search.h"
 
 using namespace orvo;

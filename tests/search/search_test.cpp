@@ -2,7 +2,7 @@
 
 #include "position/makemove.h"
 #include "position/movegen.h"
-#include "protocol/movetext.h"
+#include "io/movetext.h"
 #include "search/draws.h"
 #include "search/internal.h"
 #include "tests/search/search_fixture.h"

@@ -7,7 +7,7 @@
 #include <string>
 #include <thread>
 
-#include "protocol/input.h"
+#include "io/input.h"
 
 #include "search/internal.h"
 #include "tests/search/search_fixture.h"

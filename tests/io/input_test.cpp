@@ -7,7 +7,7 @@
 #include <cstring>
 #include <string>
 
-#include "protocol/input.h"
+#include "io/input.h"
 
 using namespace orvo;
 

@@ -1,4 +1,4 @@
-#include "protocol/movetext.h"
+#include "io/movetext.h"
 
 #include <gtest/gtest.h>
 

@@ -3,10 +3,9 @@
 // from PGN and for the best moves of test positions.
 #pragma once
 #include "position/board.h"
+#include "position/game.h"
 
 namespace orvo {
-
-class chess;
 
 // Writes from-square, to-square and, for a promotion, its lower-case letter
 // ("n", "b", "r", "q"). out must hold 6 characters. Move 0 is "a8a8".
@@ -26,7 +25,7 @@ bool is_coordinate_move(const char* text);
 // the game history. The move word is built from the text and the board;
 // it is played only when the generator produces exactly that word and make
 // accepts it. Returns the move, or 0 (position untouched).
-Move apply_coordinate_move(chess& c, const char* text);
+Move apply_coordinate_move(Game& game, const char* text);
 
 // The legal move that the SAN text denotes in the position, or 0. The board
 // is left as it was. Castling is returned without any legality test.

@@ -1,6 +1,6 @@
-// Standard input through Orvo's own buffer over file descriptor 0. Nothing
-// is left in a stdio buffer, so input_available() sees every waiting line,
-// also the ones already read into this buffer.
+// Standard input, read through the channel in use (io/channel.h) with its
+// own buffer: nothing is left in a stdio buffer, so input_available() sees
+// every waiting line, also the ones already taken in.
 #pragma once
 
 namespace orvo {
@@ -14,7 +14,7 @@ bool input_error();
 // has been read.
 bool input_at_eof();
 // Pending input without blocking: the bytes already buffered, else 1 or
-// more when descriptor 0 is readable. A closed input counts as waiting, so
+// more when the input is readable. A closed input counts as waiting, so
 // that the reader then sees the end of input.
 int input_available();
 

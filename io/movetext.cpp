@@ -1,9 +1,9 @@
-#include "protocol/movetext.h"
+#include "io/movetext.h"
 
 #include <cstdio>
 #include <cstring>
 
-#include "engine/chess.h"
+#include "io/output.h"
 #include "position/makemove.h"
 #include "position/movegen.h"
 
@@ -157,11 +157,12 @@ Move parse_piece_san(board& b, const char* text) {
     const Move m = encode_move(from, to, captured, promotion, piece);
     return is_legal(b, m) ? m : 0;
   }
-  const int n = list_attackers(b, piece, b.side, to);
+  int candidates[ATTACKERS_MAX];
+  const int n = list_attackers(b, piece, b.side, to, candidates);
   Move found = 0;
   int legal = 0;
   for (int i = 0; i < n; ++i) {
-    const int sq = attackers_list[i];
+    const int sq = candidates[i];
     if (want_file >= 0 && file_of(sq) != want_file) continue;
     if (want_rank >= 0 && row_of(sq) != 8 - want_rank) continue;
     const Move m = encode_move(sq, to, captured, promotion, piece);
@@ -213,14 +214,14 @@ bool is_coordinate_move(const char* text) {
   return len == 4 || promotion_of(text[4]) != 0;
 }
 
-Move apply_coordinate_move(chess& c, const char* text) {
-  board& b = c.pos;
+Move apply_coordinate_move(Game& game, const char* text) {
+  board& b = game.pos;
   if (std::strlen(text) < 4) return 0;
   int promotion = 0;
   if (text[4]) {
     promotion = promotion_of(text[4]);
     if (!promotion) {
-      std::printf("play: illegal promotion\n");
+      out("play: illegal promotion\n");
       return 0;
     }
   }
@@ -238,9 +239,8 @@ Move apply_coordinate_move(chess& c, const char* text) {
   // is refused instead of being handed to make, which trusts it.
   if (!is_generated(b, m)) return 0;
   // The game history is a ring, like the key history: a move list of any
-  // length is played to its end (a game only looks back to its last
-  // capture or pawn move, well inside the ring).
-  if (!make(b, m, c.history_slot(b.hist_ply))) return 0;
+  // length is played to its end.
+  if (!game.play(m)) return 0;
   return m;
 }
 

@@ -6,7 +6,7 @@
 
 namespace orvo {
 
-class chess;
+class Xboard;
 
 constexpr int EPD_SUITE_COUNT = 9;
 constexpr int EPD_MAX_LINES = 1025;
@@ -17,11 +17,21 @@ constexpr int EPD_MAX_MOVES = 32;
 // directory being fixed when Orvo is built.
 const char* epd_suite_path(int n);
 
-// Reads the file's lines (echoing each); returns how many were stored. An
-// unreadable file ends the process with status 0 after its message.
-int epd_read(const char* path);
-// Runs the stored lines and prints the summary. Stops early when a command
-// takes a search over.
-void epd_run(chess& c);
+class EpdRunner {
+ public:
+  // Reads the file's lines (echoing each); returns how many were stored,
+  // or -1 when the file cannot be read (after its message: the program
+  // then ends).
+  int read(const char* path);
+  // Runs the stored lines on the xboard side's game and search, and prints
+  // the summary. Stops early when a command takes a search over.
+  void run(Xboard& x);
+
+ private:
+  // The lines of the last suite read; the last one stored is the empty
+  // read that met the end of the file.
+  char lines_[EPD_MAX_LINES][EPD_LINE_SIZE];
+  int line_count_ = 0;
+};
 
 }  // namespace orvo

@@ -1,15 +1,13 @@
-#include "tools/epd.h"
+#include "protocol/epd.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
-#include "engine/chess.h"
+#include "io/movetext.h"
+#include "io/output.h"
 #include "position/fen.h"
-#include "protocol/movetext.h"
-#include "protocol/output.h"
-#include "search/hash.h"
-#include "search/search.h"
+#include "protocol/xboard.h"
 
 #ifndef ORVO_EPD_DIR
 #define ORVO_EPD_DIR "/usr/local/share/orvo/epd"
@@ -21,11 +19,6 @@ namespace {
 
 constexpr int EPD_WORD_SIZE = 81;      // at most 80 characters a word
 constexpr int EPD_FEN_FIELDS = 4;      // the position ends at its fourth blank
-
-// The lines of the last suite read; the last one stored is the empty read
-// that met the end of the file.
-char lines[EPD_MAX_LINES][EPD_LINE_SIZE];
-int line_count = 0;
 
 // Copies up to (not including) the n-th blank of text, at most cap - 1
 // characters; returns where the copy stopped in text.
@@ -55,45 +48,53 @@ bool next_word(const char*& p, char* word) {
 }  // namespace
 
 const char* epd_suite_path(int n) {
+  // Built once, before any thread could ask; the names never change.
   static char path[EPD_SUITE_COUNT][512];
+  static bool built = false;
+  if (!built) {
+    for (int i = 0; i < EPD_SUITE_COUNT; ++i)
+      std::snprintf(path[i], sizeof path[i], "%s/suite%d.epd", ORVO_EPD_DIR, i + 1);
+    built = true;
+  }
   if (n < 1 || n > EPD_SUITE_COUNT) return "";
-  std::snprintf(path[n - 1], sizeof path[n - 1], "%s/suite%d.epd", ORVO_EPD_DIR, n);
   return path[n - 1];
 }
 
-int epd_read(const char* path) {
+int EpdRunner::read(const char* path) {
   out("%s\n", path);
   std::FILE* f = std::fopen(path, "r");
   if (!f) {
     out("cannot open file: %s\n", path);
-    std::exit(0);
+    return -1;
   }
-  line_count = 0;
+  line_count_ = 0;
   // The end of the file is noticed only after a read has failed, so the
   // last line stored is the empty one of that read; the runner leaves it.
-  while (!std::feof(f) && line_count < EPD_MAX_LINES) {
-    char* line = lines[line_count];
+  while (!std::feof(f) && line_count_ < EPD_MAX_LINES) {
+    char* line = lines_[line_count_];
     line[0] = 0;
     if (!std::fgets(line, EPD_LINE_SIZE, f)) line[0] = 0;
     out("%s", line);
     const size_t len = std::strlen(line);
     if (len > 0) line[len - 1] = 0;
-    ++line_count;
+    ++line_count_;
   }
   std::fclose(f);
-  out("%d lines where read\n", line_count);  // the wording is the program's own
-  return line_count;
+  out("%d lines where read\n", line_count_);  // the wording is the program's own
+  return line_count_;
 }
 
-void epd_run(chess& c) {
-  const int tests = line_count - 1;
+void EpdRunner::run(Xboard& x) {
+  Search& s = x.search;
+  board& pos = x.game.pos;
+  const int tests = line_count_ - 1;
   int solved = 0, run = 0;
   for (int i = 0; i < tests; ++i) {
-    const char* line = lines[i];
+    const char* line = lines_[i];
     char position[EPD_WORD_SIZE];
     const char* p = copy_fields(line, EPD_FEN_FIELDS, position, sizeof position);
     out("%s  <%d>\n", position, i + 1);
-    set_position(c.pos, position);
+    set_position(pos, position);
 
     Move expected[EPD_MAX_MOVES];
     int count = 0;
@@ -113,18 +114,21 @@ void epd_run(chess& c) {
           moves_done = true;
         }
         out("%s\n", word);
-        const Move m = parse_san(c.pos, word);
+        const Move m = parse_san(pos, word);
         if (m && count < EPD_MAX_MOVES) expected[count++] = m;
       }
     }
 
-    print_board(c.pos);
-    tt_clear();
-    resetSearch(c);
-    limits.analysis = true;
-    const Move best = think(c);
-    updateClock();
-    if (state.abandoned) break;  // a command took the run over
+    print_board(pos);
+    x.core.tt.clear();
+    s.reset(false);
+    s.limits.analysis = true;
+    const Move best = s.think(pos);
+    s.update_clock();
+    if (s.state.abandoned) {
+      if (x.quitting) return;  // "quit": the program ends at once
+      break;                   // a command took the run over
+    }
     ++run;
     bool found = false;
     for (int k = 0; k < count; ++k) found = found || expected[k] == best;

@@ -1,4 +1,4 @@
-#include "protocol/numbers.h"
+#include "io/numbers.h"
 
 #include <climits>
 

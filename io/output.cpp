@@ -1,12 +1,10 @@
-#include "protocol/output.h"
+#include "io/output.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
-#include <cstdlib>
+
+#include "io/channel.h"
+#include "position/fen.h"
 
 namespace orvo {
 
@@ -21,20 +19,7 @@ size_t format_into(char* buf, size_t cap, const char* format, va_list args) {
 
 }  // namespace
 
-void write_stdout(const char* text, size_t n) {
-  // Text that other code left in the stdio buffer goes first, so the order
-  // holds even where standard output is buffered (tests capture it so).
-  std::fflush(stdout);
-  while (n > 0) {
-    const ssize_t w = ::write(1, text, n);
-    if (w < 0) {
-      if (errno == EINTR) continue;
-      return;  // a closed pipe: nobody is listening any more
-    }
-    text += w;
-    n -= size_t(w);
-  }
-}
+void write_stdout(const char* text, size_t n) { channel().write_out(text, n); }
 
 void send_line(const char* format, ...) {
   char text[OUTPUT_BUFFER_SIZE + 1];
@@ -55,20 +40,30 @@ void out(const char* format, ...) {
   write_stdout(text, n);
 }
 
-void fatal(const char* format, ...) {
+void err(const char* format, ...) {
+  char text[OUTPUT_BUFFER_SIZE];
   va_list args;
   va_start(args, format);
-  std::vfprintf(stderr, format, args);
+  const size_t n = format_into(text, sizeof text, format, args);
   va_end(args);
-  std::fflush(stderr);
-  std::exit(1);
+  channel().write_err(text, n);
 }
 
-bool stderr_is_own_channel() {
-  struct stat o{}, e{};
-  if (::fstat(1, &o) != 0 || ::fstat(2, &e) != 0) return true;
-  const bool stream = S_ISFIFO(e.st_mode) || S_ISSOCK(e.st_mode);
-  return !(stream && o.st_dev == e.st_dev && o.st_ino == e.st_ino);
+void fatal(const char* format, ...) {
+  char text[OUTPUT_BUFFER_SIZE];
+  va_list args;
+  va_start(args, format);
+  const size_t n = format_into(text, sizeof text, format, args);
+  va_end(args);
+  channel().write_err(text, n);
+}
+
+bool stderr_is_own_channel() { return channel().err_is_own_channel(); }
+
+void print_board(const board& b) {
+  char text[BOARD_TEXT_SIZE];
+  format_board(b, text);
+  out("%s", text);
 }
 
 }  // namespace orvo
