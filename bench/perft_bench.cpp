@@ -31,11 +31,11 @@ int main() {
     orvo::board b;
     orvo::set_position(b, c.fen);
     auto start = std::chrono::steady_clock::now();
-    orvo::perft_run(b, c.depth);
+    const orvo::PerftCounts counts = orvo::perft_run(b, c.depth);
     double s = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     long long made = 0;
-    for (int l = 0; l < c.depth; ++l) made += orvo::perft_counts.moves[l];
-    long long leaves = orvo::perft_counts.moves[c.depth - 1];
+    for (int l = 0; l < c.depth; ++l) made += counts.moves[l];
+    long long leaves = counts.moves[c.depth - 1];
     if (leaves != c.expected) ++failures;
     std::printf("%-15s perft %d: %lld leaves (%s), %lld moves made in %.3f s = %.1f M moves/s\n",
                 c.name, c.depth, leaves, leaves == c.expected ? "correct" : "WRONG", made, s,

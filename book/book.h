@@ -33,7 +33,10 @@ class Book {
   // A new game: the failed probes are forgotten.
   void new_game() { failures_ = 0; }
   u32 failures() const { return failures_; }
+  // The file's whole records, and the table of the first record of every
+  // key kept from them (null while no book is open).
   u32 records() const { return records_; }
+  const RecordTable* table() const { return table_.get(); }
 
  private:
   std::unique_ptr<RecordTable> table_;

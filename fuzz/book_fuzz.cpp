@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "book/book.h"
-#include "engine/chess.h"
+#include "position/tables.h"
 #include "fuzz/support/check.h"
 #include "fuzz/support/sandbox.h"
 #include "fuzz/support/target.h"
@@ -21,7 +21,6 @@ using namespace orvo::fuzz;
 namespace {
 
 constexpr int WALK_PLIES = 16;
-chess* engine = nullptr;
 
 bool in_list(const MoveList& l, Move m) {
   for (int i = 0; i < l.count; ++i)
@@ -31,33 +30,30 @@ bool in_list(const MoveList& l, Move m) {
 
 }  // namespace
 
-ORVO_FUZZ_SETUP(book) {
-  static std::unique_ptr<chess> c = std::make_unique<chess>();
-  engine = c.get();
-}
+ORVO_FUZZ_SETUP(book) { init_tables(); }
 
 ORVO_FUZZ_TARGET_WITH_SETUP(book) {
   const std::string path = write_scratch_file("book.bin", data, size);
   ORVO_FUZZ_CHECK(path.size() < PATH_SIZE);
+  char book_path[PATH_SIZE];
   std::snprintf(book_path, PATH_SIZE, "%s", path.c_str());
-  chess& c = *engine;
-  c.book_table.reset();
-  c.book_failures = 0;
+  auto book = std::make_unique<Book>();
   std::srand(1);
   QuietOutput quiet;
-  ORVO_FUZZ_CHECK(open_book(c));
-  ORVO_FUZZ_CHECK(c.book_records == size / 16);
-  ORVO_FUZZ_CHECK(c.book_table && c.book_table->size() <= c.book_records);
+  ORVO_FUZZ_CHECK(book->open(book_path));
+  ORVO_FUZZ_CHECK(book->records() == size / 16);
+  ORVO_FUZZ_CHECK(book->table() && book->table()->size() <= book->records());
 
-  set_position(c.pos, start_fen);
+  board pos;
+  set_position(pos, start_fen);
   for (int ply = 0; ply < WALK_PLIES; ++ply) {
     MoveList list;
-    generate_all(c.pos, list);
+    generate_all(pos, list);
     Move m = 0;
-    if (probe_book(c, list.moves, list.count, m)) ORVO_FUZZ_CHECK(in_list(list, m));
+    if (book->probe(pos, book_path, list.moves, list.count, m)) ORVO_FUZZ_CHECK(in_list(list, m));
     undo u;
-    bool played = m && make(c.pos, m, u);
-    for (int i = 0; i < list.count && !played; ++i) played = make(c.pos, list.moves[i], u);
+    bool played = m && make(pos, m, u);
+    for (int i = 0; i < list.count && !played; ++i) played = make(pos, list.moves[i], u);
     if (!played) break;
   }
   return 0;

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <memory>
 
-#include "engine/chess.h"
+#include "position/tables.h"
 #include "eval/eval.h"
 #include "fuzz/support/check.h"
 #include "fuzz/support/sandbox.h"
@@ -46,9 +46,12 @@ void check_moves(board& b, int plies) {
 
 }  // namespace
 
+Evaluator* evaluator = nullptr;
+
 ORVO_FUZZ_SETUP(fen) {
-  static std::unique_ptr<chess> tables = std::make_unique<chess>();  // builds every table
-  eval_allocate_caches();
+  init_tables();
+  static std::unique_ptr<Evaluator> e = std::make_unique<Evaluator>();
+  evaluator = e.get();
 }
 
 ORVO_FUZZ_TARGET_WITH_SETUP(fen) {
@@ -72,7 +75,7 @@ ORVO_FUZZ_TARGET_WITH_SETUP(fen) {
   check_moves(b, n * n <= MAX_TWO_PLY_NODES ? 2 : 1);
 
   board scratch = b;
-  const int score = Evaluate(scratch, NO_SCORE, -NO_SCORE);
+  const int score = evaluator->evaluate(scratch, NO_SCORE, -NO_SCORE);
   ORVO_FUZZ_CHECK(score > NO_SCORE && score < -NO_SCORE);
   char diagram[1024];
   format_board(b, diagram);

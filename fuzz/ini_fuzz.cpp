@@ -13,14 +13,6 @@ using namespace orvo::fuzz;
 
 namespace {
 
-// The paths as a fresh process has them: 38 blanks.
-void reset_paths() {
-  for (char* path : {egbb_path, book_path}) {
-    std::memset(path, 0, PATH_SIZE);
-    std::memset(path, ' ', 38);
-  }
-}
-
 void check_path(const char* path) {
   const void* end = std::memchr(path, 0, PATH_SIZE);
   ORVO_FUZZ_CHECK(end != nullptr);
@@ -33,15 +25,15 @@ void check_path(const char* path) {
 ORVO_FUZZ_TARGET(ini) {
   scratch_dir();  // the current directory
   write_scratch_file(INI_FILE_NAME, data, size);
-  reset_paths();
+  Settings settings;  // as a fresh process has them
   bool found;
   {
     QuietOutput quiet;
-    found = read_ini();
+    found = read_ini(settings);
   }
   ORVO_FUZZ_CHECK(found);
-  ORVO_FUZZ_CHECK(hash_size == HASH_SIZE_DEFAULT || (hash_size >= 8 && hash_size <= 512));
-  check_path(egbb_path);
-  check_path(book_path);
+  ORVO_FUZZ_CHECK(settings.hash_size == HASH_SIZE_DEFAULT || (settings.hash_size >= 8 && settings.hash_size <= 512));
+  check_path(settings.egbb_path);
+  check_path(settings.book_path);
   return 0;
 }

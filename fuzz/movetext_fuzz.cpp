@@ -9,7 +9,8 @@
 #include <memory>
 #include <string>
 
-#include "engine/chess.h"
+#include "position/game.h"
+#include "position/tables.h"
 #include "fuzz/support/check.h"
 #include "fuzz/support/sandbox.h"
 #include "fuzz/support/target.h"
@@ -23,7 +24,7 @@ using namespace orvo::fuzz;
 
 namespace {
 
-chess* engine = nullptr;
+Game* game = nullptr;
 
 bool is_castling_word(Move m) {
   const int from = move_from(m), to = move_to(m);
@@ -45,7 +46,7 @@ void read_move(board& b, const char* text) {
   ORVO_FUZZ_CHECK(same_position(b, before));
   if (san && !is_castling_word(san)) ORVO_FUZZ_CHECK(is_legal(b, san));
 
-  chess& c = *engine;
+  Game& c = *game;
   c.pos = b;
   QuietOutput quiet;  // "play: illegal promotion"
   const Move coord = apply_coordinate_move(c, text);
@@ -74,8 +75,9 @@ void read_move(board& b, const char* text) {
 }  // namespace
 
 ORVO_FUZZ_SETUP(movetext) {
-  static std::unique_ptr<chess> c = std::make_unique<chess>();
-  engine = c.get();
+  init_tables();
+  static std::unique_ptr<Game> g = std::make_unique<Game>();
+  game = g.get();
 }
 
 ORVO_FUZZ_TARGET_WITH_SETUP(movetext) {

@@ -8,7 +8,7 @@
 
 #include "book/builder.h"
 #include "book/record.h"
-#include "engine/chess.h"
+#include "position/tables.h"
 #include "fuzz/support/check.h"
 #include "fuzz/support/sandbox.h"
 #include "fuzz/support/target.h"
@@ -41,9 +41,7 @@ long file_size(const std::string& path) {
 
 }  // namespace
 
-ORVO_FUZZ_SETUP(pgn) {
-  static std::unique_ptr<chess> tables = std::make_unique<chess>();  // builds every table
-}
+ORVO_FUZZ_SETUP(pgn) { init_tables(); }
 
 ORVO_FUZZ_TARGET_WITH_SETUP(pgn) {
   if (size == 0) return 0;

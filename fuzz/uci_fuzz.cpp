@@ -8,6 +8,6 @@
 ORVO_FUZZ_SETUP(uci) { orvo::fuzz::set_up_protocols(); }
 
 ORVO_FUZZ_TARGET_WITH_SETUP(uci) {
-  orvo::fuzz::run_protocol("uci", data, size);
+  orvo::fuzz::run_protocol(orvo::fuzz::Protocol::uci, data, size);
   return 0;
 }

@@ -9,6 +9,6 @@
 ORVO_FUZZ_SETUP(xboard) { orvo::fuzz::set_up_protocols(); }
 
 ORVO_FUZZ_TARGET_WITH_SETUP(xboard) {
-  orvo::fuzz::run_protocol("xboard", data, size);
+  orvo::fuzz::run_protocol(orvo::fuzz::Protocol::xboard, data, size);
   return 0;
 }

@@ -73,6 +73,10 @@ class MemoryChannel final : public Channel {
   explicit MemoryChannel(std::string input = "") : input_(std::move(input)) {}
   // More input, as if the front end had sent it.
   void feed(const std::string& text) { input_ += text; }
+  // Held open, the front end is still there when all its input has been
+  // read: a poll finds nothing waiting instead of the end of input. (A read
+  // then still meets the end: a channel in memory cannot wait.)
+  void hold_open(bool open) { held_open_ = open; }
   void write_out(const char* text, std::size_t n) override { out.append(text, n); }
   void write_err(const char* text, std::size_t n) override { err.append(text, n); }
 
@@ -80,11 +84,15 @@ class MemoryChannel final : public Channel {
 
  protected:
   long read_raw(char* buf, std::size_t n) override;
-  int ready_raw() override { return input_.size() > read_ ? int(input_.size() - read_) : 1; }
+  int ready_raw() override {
+    if (input_.size() > read_) return int(input_.size() - read_);
+    return held_open_ ? 0 : 1;
+  }
 
  private:
   std::string input_;
   std::size_t read_ = 0;
+  bool held_open_ = false;
 };
 
 // The channel in use.

@@ -7,8 +7,12 @@
 namespace orvo {
 
 // Keys kept by a board's key history, one per ply: a power of two, since
-// the history is a ring indexed by hist_ply.
-constexpr int KEY_HISTORY_SIZE = 1024;
+// the history is a ring indexed by hist_ply. Repetitions are looked for
+// only within the reversible stretch, and a stretch of 100 plies draws the
+// game (the search and the game-end test both stop there before they look),
+// so the ring holds every key a look can reach; it is small because every
+// copy of a board carries it.
+constexpr int KEY_HISTORY_SIZE = 128;
 
 // Indices into board::white / board::black.
 enum BitboardIndex : int { BB_PAWN = 0, BB_KNIGHT, BB_BISHOP, BB_ROOK, BB_QUEEN, BB_ALL };

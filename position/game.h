@@ -6,15 +6,17 @@
 
 namespace orvo {
 
+// Moves of a game that can be taken back, one after the other.
+constexpr int GAME_HISTORY_SIZE = 1024;
+
 struct Game {
   board pos;
-  // Indexed modulo its size like the board's key history, so a game of any
-  // length stays inside it (a game looks back only to its last capture or
-  // pawn move, well within the ring).
-  undo history[KEY_HISTORY_SIZE] = {};
+  // A ring like the board's key history, so a game of any length goes on
+  // (the oldest moves can then no longer be taken back).
+  undo history[GAME_HISTORY_SIZE] = {};
 
   // The undo record of the move made at ply.
-  undo& history_slot(int ply) { return history[ply & (KEY_HISTORY_SIZE - 1)]; }
+  undo& history_slot(int ply) { return history[ply & (GAME_HISTORY_SIZE - 1)]; }
   // Makes the move into the slot of the current ply; false (and nothing
   // changed) when make refuses it.
   bool play(Move m) { return make(pos, m, history_slot(pos.hist_ply)); }

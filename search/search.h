@@ -168,14 +168,14 @@ class Search {
   // The poll of every POLL_INTERVAL nodes: the clock, the listener, and the
   // limits; may not return (the search is then unwound to think).
   void poll();
+  // A new best root move: the listener hears it, and the score-drop
+  // bookkeeping follows.
+  void report_new_best();
 
  private:
   // Counts a node: node counter, selective depth, and the poll every
   // interval (which may not return).
   void count_node(int ply);
-  // The PV line of a new best root move, and the score-drop bookkeeping
-  // that follows it.
-  void report_new_best();
   void report_root_move();
   // Stores the score with the principal variation (a walk that in practice
   // stores nothing, see search_root).

@@ -16,7 +16,8 @@
 
 #include "book/book.h"
 #include "book/builder.h"
-#include "engine/chess.h"
+#include "book/book.h"
+#include "position/tables.h"
 #include "position/fen.h"
 #include "position/movegen.h"
 #include "tools/ini.h"
@@ -51,7 +52,7 @@ BuildFigures build_in_child(const std::string& pgn, int depth, const std::string
   if (pid == 0) {
     close(fds[0]);
     if (!std::freopen("/dev/null", "w", stdout)) _exit(1);  // the spinner
-    chess engine;  // the start-up tables
+    init_tables();
     BookSettings s;
     s.move_depth = depth;
     s.min_elo = LOWEST_MIN_ELO;
@@ -97,15 +98,16 @@ void print_build(const char* what, const BuildFigures& f) {
 }
 
 // Mean microseconds per probe over the position's generated moves.
-double probe_micros(chess& c, const char* fen, bool& found) {
-  set_position(c.pos, fen);
+double probe_micros(Book& book, const char* path, const char* fen, bool& found) {
+  board pos;
+  set_position(pos, fen);
   MoveList list;
-  generate_all(c.pos, list);
+  generate_all(pos, list);
   Move m = 0;
-  found = probe_book(c, list.moves, list.count, m);
+  found = book.probe(pos, path, list.moves, list.count, m);
   const auto start = Clock::now();
   int hits = 0;
-  for (int i = 0; i < PROBES; ++i) hits += probe_book(c, list.moves, list.count, m);
+  for (int i = 0; i < PROBES; ++i) hits += book.probe(pos, path, list.moves, list.count, m);
   const double us = since(start) * 1e6 / PROBES;
   probe_sink = hits;  // the probes are not optimised away
   return us;
@@ -152,17 +154,18 @@ int main(int argc, char** argv) {
 
   // Probes on the largest book: the depth-40 book of the collection x10
   // holds the same pairs as once, with larger counts.
-  auto c = std::make_unique<chess>();
-  std::snprintf(book_path, sizeof book_path, "%s", (dir + "/d40.bin").c_str());
+  init_tables();
+  auto book = std::make_unique<Book>();
+  const std::string book_path = dir + "/d40.bin";
   const auto open_start = Clock::now();
-  if (!open_book(*c)) return 1;
+  if (!book->open(book_path.c_str())) return 1;
   std::printf("opening the depth-40 book: %.3f s\n", since(open_start));
   std::srand(1);
   bool found = false;
-  const double start_us = probe_micros(*c, start_fen, found);
+  const double start_us = probe_micros(*book, book_path.c_str(), start_fen, found);
   std::printf("probe, start position (%s): %.3f us\n", found ? "book move" : "no move", start_us);
   const double middle_us = probe_micros(
-      *c, "r4rk1/1b3ppp/pq2p3/1pn5/4P3/P1N1BP2/1PQ3PP/2RR2K1 w - - 0 20", found);
+      *book, book_path.c_str(), "r4rk1/1b3ppp/pq2p3/1pn5/4P3/P1N1BP2/1PQ3PP/2RR2K1 w - - 0 20", found);
   std::printf("probe, middlegame out of book (%s): %.3f us\n", found ? "book move" : "no move",
               middle_us);
 

@@ -12,10 +12,11 @@
 #include <random>
 #include <vector>
 
-#include "bench/fixed_depth.h"
-#include "engine/chess.h"
-#include "eval/eval.h"
 #include "position/fen.h"
+#include "search/hash.h"
+#include "search/search.h"
+#include "tools/egbb.h"
+#include "eval/eval.h"
 #include "search/hash.h"
 #include "search/search.h"
 #include "tools/egbb.h"
@@ -91,15 +92,24 @@ const char* const krk[] = {
     "8/2k5/8/8/8/8/6R1/7K w - - 0 1",      "8/8/8/8/4k3/8/1R6/K7 b - - 0 1",
 };
 
-void search_figures(orvo::chess& c, int depth, const char* label) {
+// Each position searched to a fixed depth from a cleared table, without
+// output.
+void search_figures(orvo::Search& s, int depth, const char* label) {
   long long total = 0;
   const double start = orvo::now_seconds();
+  orvo::board b;
   for (const char* fen : krk) {
-    total += orvo::bench::search_fixed_depth(c, fen, depth);
+    orvo::set_position(b, fen);
+    s.table().clear();
+    s.reset(true);
+    s.limits.fixed_depth = true;
+    s.limits.depth_limit = depth;
+    s.think(b);
+    total += s.nodes;
   }
-  const double s = orvo::now_seconds() - start;
+  const double seconds = orvo::now_seconds() - start;
   std::printf("KRK search, %s: %d positions depth %d: nodes %lld time %.3f s nps %.0f\n", label,
-              int(sizeof krk / sizeof *krk), depth, total, s, total / s);
+              int(sizeof krk / sizeof *krk), depth, total, seconds, total / seconds);
 }
 
 }  // namespace
@@ -107,14 +117,12 @@ void search_figures(orvo::chess& c, int depth, const char* label) {
 int main(int argc, char** argv) {
   const int depth = argc > 1 ? std::atoi(argv[1]) : 16;
   library_figures();
-  auto engine = std::make_unique<orvo::chess>();
-  orvo::chess& c = *engine;
-  c.uci_mode = 0;  // no "info" lines
-  orvo::tt_resize(32);
-  orvo::eval_allocate_caches();
-  search_figures(c, depth, "without bitbases");
-  std::snprintf(orvo::egbb_path, sizeof orvo::egbb_path, "%s/", ORVO_EGBB_DIR);
-  if (!orvo::egbb_load()) return 1;
-  search_figures(c, depth, "with bitbases   ");
+  auto tt = std::make_unique<orvo::hash>();
+  tt->resize(32);
+  auto bitbases = std::make_unique<orvo::Bitbases>();
+  auto search = std::make_unique<orvo::Search>(*tt, bitbases.get());
+  search_figures(*search, depth, "without bitbases");
+  if (!bitbases->load(ORVO_EGBB_DIR "/")) return 1;
+  search_figures(*search, depth, "with bitbases   ");
   return 0;
 }

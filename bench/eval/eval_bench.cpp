@@ -2,6 +2,7 @@
 // so the lazy exit never cuts one short) over a fixed set of openings,
 // middlegames and endgames, with warm caches. Release build only.
 #include <chrono>
+#include <memory>
 #include <cstdio>
 #include <vector>
 
@@ -47,8 +48,8 @@ const char* const positions[] = {
 int main() {
   orvo::init_tables();
   orvo::build_eval_tables();
-  orvo::eval_allocate_caches();
-  orvo::root_castle = 15;
+  auto evaluator = std::make_unique<orvo::Evaluator>();
+  evaluator->set_root_castle(15);
 
   std::vector<orvo::board> boards;
   for (const char* f : positions) {
@@ -61,14 +62,14 @@ int main() {
   // Warm the caches, and print each position's score once.
   long long checksum = 0;
   for (int i = 0; i < n; ++i) {
-    const int s = orvo::Evaluate(boards[i], -30000, 30000);
+    const int s = evaluator->evaluate(boards[i], -30000, 30000);
     std::printf("%6d  %s\n", s, positions[i]);
   }
 
   const int rounds = 200000;
   auto start = std::chrono::steady_clock::now();
   for (int r = 0; r < rounds; ++r)
-    for (int i = 0; i < n; ++i) checksum += orvo::Evaluate(boards[i], -30000, 30000);
+    for (int i = 0; i < n; ++i) checksum += evaluator->evaluate(boards[i], -30000, 30000);
   const double s = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   const double evals = double(rounds) * n;
   std::printf("%d positions, %.0f full evaluations in %.3f s = %.2f M evaluations/s (checksum %lld)\n",

@@ -1,29 +1,39 @@
-// A front end in memory for the protocol targets. Standard input is served
-// from the fuzzer's bytes at the system-call boundary (read, poll and
-// ioctl on descriptor 0 are wrapped at link time), so Orvo's own reader and
-// everything above it run unchanged. The run ends, without ending the
-// process, when Orvo reads past the last byte (the front end has said all
-// it will say) or calls exit ("quit", the end of a loop): both jump back to
-// run_front_end.
-//
-// Link with -Wl,--wrap=read,--wrap=poll,--wrap=ioctl,--wrap=exit.
+// A front end in memory for the targets: standard input served from the
+// fuzzer's bytes (their end is the end of input), standard output and
+// standard error discarded, through the engine's one I/O seam.
 #pragma once
 #include <cstddef>
 #include <cstdint>
 
+#include "io/channel.h"
+
 namespace orvo::fuzz {
 
-// Runs body with standard input holding exactly these bytes. Returns when
-// body returns, when Orvo reads past the end of the bytes, or when it calls
-// exit. Reads made while no run is going on go to the real descriptor.
-void run_front_end(const uint8_t* data, size_t size, void (*body)(void*), void* arg);
+class FuzzChannel final : public Channel {
+ public:
+  FuzzChannel(const uint8_t* data, size_t size) : data_(data), left_(size) {}
+  void write_out(const char*, std::size_t) override {}
+  void write_err(const char*, std::size_t) override {}
 
-// Empties Orvo's input buffer of whatever an earlier run left in it, so that
-// every run starts from its own first byte.
-void drain_input();
+ protected:
+  long read_raw(char* buf, std::size_t n) override;
+  // Always something to read: the next bytes, or the end of the input.
+  int ready_raw() override { return left_ > 0 ? int(left_ < Channel::BUFFER_SIZE ? left_ : Channel::BUFFER_SIZE) : 1; }
 
-// Whether the last run ended by exit, and with which status.
-bool last_run_exited();
-int last_exit_status();
+ private:
+  const uint8_t* data_;
+  size_t left_;
+};
+
+// Puts a front end with these bytes in place of standard input and output
+// for the life of the object.
+class FrontEnd {
+ public:
+  FrontEnd(const uint8_t* data, size_t size) : channel_(data, size), scope_(channel_) {}
+
+ private:
+  FuzzChannel channel_;
+  ChannelScope scope_;
+};
 
 }  // namespace orvo::fuzz

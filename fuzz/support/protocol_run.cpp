@@ -1,44 +1,23 @@
 #include "fuzz/support/protocol_run.h"
 
-#include <cstdlib>
-#include <cstring>
 #include <memory>
 
 #include "engine/chess.h"
-#include "engine/main_loop.h"
 #include "fuzz/support/check.h"
 #include "fuzz/support/front_end.h"
 #include "fuzz/support/sandbox.h"
-#include "fuzz/support/wraps.h"
-#include "position/board.h"
 #include "protocol/uci.h"
 #include "protocol/xboard.h"
-#include "protocol/xboard_internal.h"
-#include "search/internal.h"
-#include "search/search.h"
 
 namespace orvo::fuzz {
 
 namespace {
 
 constexpr int POLL_INTERVALS[4] = {1000, 100, 10, 1};
-
-struct Run {
-  chess* c;
-  const char* first_line;
-};
-
-void enter_protocol(void* arg) {
-  Run& r = *static_cast<Run*>(arg);
-  do_command(*r.c, r.first_line);
-}
-
-// Reads one line, so that the xboard reader no longer waits for the rest of
-// a long line an earlier run broke off.
-void sync_line(void*) {
-  char line[XBOARD_LINE_SIZE];
-  read_command_line(line);
-}
+// "perft" walks at most this deep here.
+constexpr int DEEPEST_PERFT = 2;
+// The table UCI asks for by default here: the smallest.
+constexpr const char* FUZZ_HASH_MB = "8";
 
 }  // namespace
 
@@ -49,27 +28,31 @@ void set_up_protocols() {
   scratch_dir();
   static const uint8_t ini[] = "hash_size=8\n";
   write_scratch_file("Orvo214.ini", ini, sizeof ini - 1);
-  QuietOutput quiet;
-  auto c = std::make_unique<chess>();
-  xboard_init(*c);
-  uci_handshake(*c);
-  option_set("Hash", "8");
-  uci_engine_init(*c);
 }
 
-void run_protocol(const char* first_line, const uint8_t* data, size_t size) {
+void run_protocol(Protocol protocol, const uint8_t* data, size_t size) {
   set_up_protocols();
   if (size == 0) return;
-  search_poll_interval = POLL_INTERVALS[data[0] & 3];
-  reset_engine_globals();
-  auto c = std::make_unique<chess>();
-  QuietOutput quiet;
-  static const uint8_t sync[] = "sync\n";
-  run_front_end(sync, sizeof sync - 1, sync_line, nullptr);
-  Run r{c.get(), first_line};
-  run_front_end(data + 1, size - 1, enter_protocol, &r);
-  check_game_board(c->pos);
-  ORVO_FUZZ_CHECK(c->pos.hist_ply >= 0);
+  auto engine = std::make_unique<chess>();
+  Core& core = engine->core;
+  core.search.set_poll_interval(POLL_INTERVALS[data[0] & 3]);
+  {
+    FrontEnd front_end(data + 1, size - 1);
+    if (protocol == Protocol::xboard) {
+      auto xb = std::make_unique<Xboard>(core);
+      xb->perft_limit = DEEPEST_PERFT;
+      xb->init();
+      xb->loop();
+    } else {
+      // The loop of Uci::run, with the smallest table as the default.
+      auto uci = std::make_unique<Uci>(core);
+      uci->handshake();
+      uci->option_set("Hash", FUZZ_HASH_MB);
+      while (!uci->quitting) uci->handle_line();
+    }
+  }
+  check_game_board(core.game.pos);
+  ORVO_FUZZ_CHECK(core.game.pos.hist_ply >= 0);
 }
 
 }  // namespace orvo::fuzz

@@ -1,18 +1,11 @@
 #include "fuzz/support/sandbox.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-
-#include "eval/eval.h"
-#include "position/makemove.h"
-#include "search/hash.h"
-#include "search/internal.h"
-#include "search/search.h"
 
 namespace orvo::fuzz {
 
@@ -49,36 +42,6 @@ std::string write_scratch_file(const char* name, const uint8_t* data, size_t siz
     std::abort();
   }
   return path;
-}
-
-void reset_engine_globals() {
-  limits = SearchLimits{};
-  state = SearchState{};
-  search_clock = SearchClock{};
-  stats = SearchStats{};
-  nodes = 0;
-  seldepth = 0;
-  poll_countdown = poll_interval = 10000;
-  // A run that ended inside a search left the search's abort point behind.
-  abort_point = nullptr;
-  root_castle = 0;
-  std::memset(KeyHistory, 0, sizeof KeyHistory);
-  tt_clear();
-  clear_material_cache();
-}
-
-QuietOutput::QuietOutput() {
-  std::fflush(stdout);
-  saved_ = dup(1);
-  const int null = open("/dev/null", O_WRONLY);
-  dup2(null, 1);
-  close(null);
-}
-
-QuietOutput::~QuietOutput() {
-  std::fflush(stdout);
-  dup2(saved_, 1);
-  close(saved_);
 }
 
 std::string as_text(const uint8_t* data, size_t size) {

@@ -1,10 +1,11 @@
-// What every target needs around a run: a private working directory, the
-// engine's process-wide search state put back as a fresh process has it,
-// and standard output sent nowhere while Orvo talks.
+// What every target needs around a run: a private working directory, and
+// the engine's output sent nowhere while it talks.
 #pragma once
 #include <cstddef>
 #include <cstdint>
 #include <string>
+
+#include "fuzz/support/front_end.h"
 
 namespace orvo::fuzz {
 
@@ -15,22 +16,13 @@ const std::string& scratch_dir();
 // Writes the bytes into a file of the scratch directory; its full path.
 std::string write_scratch_file(const char* name, const uint8_t* data, size_t size);
 
-// Limits, results, counters, the abort point, the key history and the
-// tables back to their state at start-up (the tables emptied), so that a run
-// does not depend on the runs before it.
-void reset_engine_globals();
-
-// Sends descriptor 1 to /dev/null until destroyed (stdio's buffer is
-// flushed first), so that the engine's output costs nothing.
+// Nothing to read and nothing written, for the life of the object.
 class QuietOutput {
  public:
-  QuietOutput();
-  ~QuietOutput();
-  QuietOutput(const QuietOutput&) = delete;
-  QuietOutput& operator=(const QuietOutput&) = delete;
+  QuietOutput() : front_end_(nullptr, 0) {}
 
  private:
-  int saved_;
+  FrontEnd front_end_;
 };
 
 // The input as a NUL-terminated string (bytes after a NUL are dropped).

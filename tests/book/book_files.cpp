@@ -8,7 +8,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "engine/chess.h"
+#include "position/tables.h"
 
 namespace orvo::test {
 
@@ -33,11 +33,7 @@ std::string read_file(const std::string& path) {
   return all.str();
 }
 
-void build_tables() {
-  // The engine object's constructor builds them; one is kept for the run.
-  static chess* const engine = new chess;
-  (void)engine;
-}
+void build_tables() { init_tables(); }
 
 BuiltBook build_book(const std::string& pgn_path, const BookSettings& s, const TempDir& dir,
                      unsigned capacity) {

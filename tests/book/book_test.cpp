@@ -11,10 +11,10 @@
 #include <string>
 #include <vector>
 
-#include "engine/chess.h"
 #include "position/fen.h"
 #include "position/makemove.h"
 #include "position/movegen.h"
+#include "position/tables.h"
 #include "tools/ini.h"
 
 using namespace orvo;
@@ -23,10 +23,11 @@ namespace {
 
 constexpr const char* AFTER_E4 = "rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e3 0 1";
 
-class Book : public ::testing::Test {
+class BookTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    c = std::make_unique<chess>();
+    init_tables();
+    c = std::make_unique<Fixture>();
     char templ[] = "/tmp/orvo_book_XXXXXX";
     ASSERT_NE(mkdtemp(templ), nullptr);
     dir_ = templ;
@@ -63,26 +64,32 @@ class Book : public ::testing::Test {
     set_position(c->pos, fen);
     generate_all(c->pos, list_);
     testing::internal::CaptureStdout();
-    const bool hit = probe_book(*c, list_.moves, list_.count, out);
+    const bool hit = c->book.probe(c->pos, book_path, list_.moves, list_.count, out);
     const std::string text = testing::internal::GetCapturedStdout();
     if (printed) *printed = text;
     return hit;
   }
   bool open(std::string& printed) {
     testing::internal::CaptureStdout();
-    const bool ok = open_book(*c);
+    const bool ok = c->book.open(book_path);
     printed = testing::internal::GetCapturedStdout();
     return ok;
   }
 
-  std::unique_ptr<chess> c;
+  // The book and the position it is asked about.
+  struct Fixture {
+    Book book;
+    board pos;
+  };
+  std::unique_ptr<Fixture> c;
+  char book_path[PATH_SIZE] = {};
   MoveList list_;
   std::string dir_, path_;
 };
 
 }  // namespace
 
-TEST_F(Book, RecordsAreSixteenLittleEndianBytes) {
+TEST_F(BookTest, RecordsAreSixteenLittleEndianBytes) {
   const BookRecord r{0x0123456789ABCDEFull, 0x0102, 0x0304, 0x0506, 0x0708};
   unsigned char raw[16];
   encode_book_record(r, raw);
@@ -97,21 +104,21 @@ TEST_F(Book, RecordsAreSixteenLittleEndianBytes) {
   EXPECT_EQ(back.draws, r.draws);
 }
 
-TEST_F(Book, EntryKeyTakesFromAndToSquaresOnly) {
+TEST_F(BookTest, EntryKeyTakesFromAndToSquaresOnly) {
   const u64 key = 0xFEDCBA9876543210ull;
   EXPECT_EQ(book_entry_key(key, encode_move(E2, E4, 0, 0, PAWN)), entry(key, E2, E4));
   EXPECT_EQ(book_entry_key(key, encode_move(E7, E8, ROOK, QUEEN, PAWN)),
             book_entry_key(key, encode_move(E7, E8, ROOK, KNIGHT, PAWN)));
 }
 
-TEST_F(Book, OpeningAMissingFileIsReported) {
+TEST_F(BookTest, OpeningAMissingFileIsReported) {
   std::string printed;
   EXPECT_FALSE(open(printed));
   EXPECT_EQ(printed, "error opening database: " + path_ + "\n");
-  EXPECT_EQ(c->book_table, nullptr);
+  EXPECT_FALSE(c->book.is_open());
 }
 
-TEST_F(Book, BlankPathNeverOpens) {
+TEST_F(BookTest, BlankPathNeverOpens) {
   std::memset(book_path, ' ', 38);
   book_path[38] = 0;
   std::string printed;
@@ -119,7 +126,7 @@ TEST_F(Book, BlankPathNeverOpens) {
   EXPECT_EQ(printed, "error opening database: " + std::string(38, ' ') + "\n");
 }
 
-TEST_F(Book, EmptyFileOpensWithNoMovesAndEveryProbeFails) {
+TEST_F(BookTest, EmptyFileOpensWithNoMovesAndEveryProbeFails) {
   write_book({});
   std::string printed;
   EXPECT_TRUE(open(printed));
@@ -127,44 +134,43 @@ TEST_F(Book, EmptyFileOpensWithNoMovesAndEveryProbeFails) {
   Move m = 0;
   EXPECT_FALSE(probe(start_fen, m));
   EXPECT_FALSE(probe(start_fen, m));
-  EXPECT_EQ(c->book_failures, 2u);
+  EXPECT_EQ(c->book.failures(), 2u);
 }
 
-TEST_F(Book, OpenCountsWholeRecordsAndStaysOpen) {
+TEST_F(BookTest, OpenCountsWholeRecordsAndStaysOpen) {
   write_book({record(start_fen, E2, E4, 1, 0, 0), record(start_fen, D2, D4, 1, 0, 0)}, "12345678");
   std::string printed;
   EXPECT_TRUE(open(printed));
   EXPECT_EQ(printed, "Opening database: 2 moves\n");
-  EXPECT_EQ(c->book_records, 2u);
-  const RecordTable* table = c->book_table.get();
+  EXPECT_EQ(c->book.records(), 2u);
   EXPECT_TRUE(open(printed));
-  EXPECT_EQ(printed, "");
-  EXPECT_EQ(c->book_table.get(), table);
+  EXPECT_EQ(printed, "");  // read once: nothing is read again
+  EXPECT_TRUE(c->book.is_open());
 }
 
-TEST_F(Book, OnlyTheSideToMovesSuccessesCount) {
+TEST_F(BookTest, OnlyTheSideToMovesSuccessesCount) {
   // One record with White wins 0, Black wins 5, draws 0.
   write_book({record(start_fen, E2, E4, 0, 5, 0), record(AFTER_E4, E7, E5, 0, 5, 0)});
   Move m = 0;
   std::string printed;
   EXPECT_FALSE(probe(start_fen, m, &printed));
   EXPECT_EQ(printed, "Opening database: 2 moves\n");  // opened by the probe
-  EXPECT_EQ(c->book_failures, 0u);  // known position: not a failed probe
+  EXPECT_EQ(c->book.failures(), 0u);  // known position: not a failed probe
   for (int i = 0; i < 20; ++i) {
     ASSERT_TRUE(probe(AFTER_E4, m));
     EXPECT_EQ(m, encode_move(E7, E5, 0, 0, PAWN));
   }
-  EXPECT_EQ(c->book_failures, 0u);
+  EXPECT_EQ(c->book.failures(), 0u);
 }
 
-TEST_F(Book, DrawsCountForBothSides) {
+TEST_F(BookTest, DrawsCountForBothSides) {
   write_book({record(start_fen, G1, F3, 0, 9, 1)});
   Move m = 0;
   ASSERT_TRUE(probe(start_fen, m));
   EXPECT_EQ(m, encode_move(G1, F3, 0, 0, KNIGHT));
 }
 
-TEST_F(Book, TruncatedSharesBelowOnePercentAreNeverChosen) {
+TEST_F(BookTest, TruncatedSharesBelowOnePercentAreNeverChosen) {
   // Weights 1, 1 and 198: shares 0, 0 and 99.
   write_book({record(start_fen, E2, E4, 1, 0, 0), record(start_fen, D2, D4, 0, 0, 1),
               record(start_fen, C2, C4, 190, 3, 8)});
@@ -176,7 +182,7 @@ TEST_F(Book, TruncatedSharesBelowOnePercentAreNeverChosen) {
   }
 }
 
-TEST_F(Book, ChoiceIsSpreadOverTheShares) {
+TEST_F(BookTest, ChoiceIsSpreadOverTheShares) {
   write_book({record(start_fen, E2, E4, 10, 0, 0), record(start_fen, D2, D4, 10, 0, 0)});
   int e4 = 0, d4 = 0;
   std::srand(12345);
@@ -191,17 +197,17 @@ TEST_F(Book, ChoiceIsSpreadOverTheShares) {
   EXPECT_GT(d4, 100);
 }
 
-TEST_F(Book, ThreeUnknownPositionsCountThreeFailures) {
+TEST_F(BookTest, ThreeUnknownPositionsCountThreeFailures) {
   write_book({record(AFTER_E4, E7, E5, 0, 0, 1), record(start_fen, E2, E4, 0, 0, 0)});
   Move m = 0;
   EXPECT_FALSE(probe("4k3/8/8/8/8/8/8/4K3 w - - 0 1", m));
   EXPECT_FALSE(probe("4k3/8/8/8/8/8/8/4K3 b - - 0 1", m));
   EXPECT_FALSE(probe(start_fen, m));  // found, weight 0: no failure
   EXPECT_FALSE(probe("4k3/8/8/8/8/8/8/3K4 w - - 0 1", m));
-  EXPECT_EQ(c->book_failures, 3u);
+  EXPECT_EQ(c->book.failures(), 3u);
 }
 
-TEST_F(Book, PromotionsShareOneRecordAndTheFirstInTheListWins) {
+TEST_F(BookTest, PromotionsShareOneRecordAndTheFirstInTheListWins) {
   const char* fen = "8/4P3/8/8/8/8/k7/7K w - - 0 1";
   write_book({record(fen, E7, E8, 3, 0, 0)});
   set_position(c->pos, fen);
@@ -211,7 +217,7 @@ TEST_F(Book, PromotionsShareOneRecordAndTheFirstInTheListWins) {
   for (unsigned seed = 1; seed <= 100; ++seed) {
     std::srand(seed);
     Move m = 0;
-    ASSERT_TRUE(probe_book(*c, moves, 4, m));
+    ASSERT_TRUE(c->book.probe(c->pos, book_path, moves, 4, m));
     ASSERT_EQ(m, moves[0]) << seed;
   }
   testing::internal::GetCapturedStdout();
@@ -224,7 +230,7 @@ TEST_F(Book, PromotionsShareOneRecordAndTheFirstInTheListWins) {
   }
 }
 
-TEST_F(Book, SharedPromotionRecordCountsOnceAmongOtherMoves) {
+TEST_F(BookTest, SharedPromotionRecordCountsOnceAmongOtherMoves) {
   // Promotion record weight 1, king move weight 1: 50 % each, not 75 %
   // for the three promotions together.
   const char* fen = "8/4P3/8/8/8/8/k7/7K w - - 0 1";
@@ -240,23 +246,23 @@ TEST_F(Book, SharedPromotionRecordCountsOnceAmongOtherMoves) {
   EXPECT_GT(promotions, 400);
 }
 
-TEST_F(Book, FirstMatchingRecordIsTheMovesRecord) {
+TEST_F(BookTest, FirstMatchingRecordIsTheMovesRecord) {
   write_book({record(start_fen, E2, E4, 0, 1, 0), record(start_fen, E2, E4, 50, 0, 0)});
   Move m = 0;
   EXPECT_FALSE(probe(start_fen, m));  // the first record has weight 0
 }
 
-TEST_F(Book, PartRecordAtTheEndIsNeverRead) {
+TEST_F(BookTest, PartRecordAtTheEndIsNeverRead) {
   const BookRecord last = record(start_fen, E2, E4, 5, 0, 0);
   unsigned char raw[16];
   encode_book_record(last, raw);
   write_book({record(AFTER_E4, E7, E5, 0, 0, 1)}, std::string(reinterpret_cast<char*>(raw), 15));
   Move m = 0;
   EXPECT_FALSE(probe(start_fen, m));
-  EXPECT_EQ(c->book_failures, 1u);
+  EXPECT_EQ(c->book.failures(), 1u);
 }
 
-TEST_F(Book, MissingFileIsTriedForEveryRootMove) {
+TEST_F(BookTest, MissingFileIsTriedForEveryRootMove) {
   Move m = 0;
   std::string printed;
   EXPECT_FALSE(probe(start_fen, m, &printed));
@@ -264,10 +270,10 @@ TEST_F(Book, MissingFileIsTriedForEveryRootMove) {
   std::string expected;
   for (int i = 0; i < 20; ++i) expected += one;
   EXPECT_EQ(printed, expected);
-  EXPECT_EQ(c->book_failures, 1u);
+  EXPECT_EQ(c->book.failures(), 1u);
 }
 
-TEST_F(Book, FullCountersAreReadWhole) {
+TEST_F(BookTest, FullCountersAreReadWhole) {
   write_book({record(start_fen, E2, E4, 65535, 0, 0), record(start_fen, D2, D4, 0, 0, 1)});
   for (int i = 0; i < 50; ++i) {
     Move m = 0;
@@ -276,20 +282,20 @@ TEST_F(Book, FullCountersAreReadWhole) {
   }
 }
 
-TEST_F(Book, OnlyListedMovesCanBeReturned) {
+TEST_F(BookTest, OnlyListedMovesCanBeReturned) {
   write_book({record(start_fen, E2, E4, 5, 0, 0), record(start_fen, D2, D4, 5, 0, 0)});
   set_position(c->pos, start_fen);
   const Move moves[1] = {encode_move(D2, D4, 0, 0, PAWN)};
   testing::internal::CaptureStdout();
   for (int i = 0; i < 20; ++i) {
     Move m = 0;
-    ASSERT_TRUE(probe_book(*c, moves, 1, m));
+    ASSERT_TRUE(c->book.probe(c->pos, book_path, moves, 1, m));
     EXPECT_EQ(m, moves[0]);
   }
   testing::internal::GetCapturedStdout();
 }
 
-TEST_F(Book, BookIsReadOnceWhenOpened) {
+TEST_F(BookTest, BookIsReadOnceWhenOpened) {
   write_book({record(start_fen, E2, E4, 5, 0, 0)});
   std::string printed;
   ASSERT_TRUE(open(printed));
@@ -303,17 +309,17 @@ TEST_F(Book, BookIsReadOnceWhenOpened) {
   }
 }
 
-TEST_F(Book, AllZeroRecordsOpenAndFindNothing) {
+TEST_F(BookTest, AllZeroRecordsOpenAndFindNothing) {
   write_book(std::vector<BookRecord>(1000, BookRecord{0, 0, 0, 0, 0}));
   std::string printed;
   EXPECT_TRUE(open(printed));
   EXPECT_EQ(printed, "Opening database: 1000 moves\n");
   Move m = 0;
   EXPECT_FALSE(probe(start_fen, m));
-  EXPECT_EQ(c->book_failures, 1u);
+  EXPECT_EQ(c->book.failures(), 1u);
 }
 
-TEST_F(Book, GarbageOfOddLengthIsSafe) {
+TEST_F(BookTest, GarbageOfOddLengthIsSafe) {
   std::string garbage;
   u64 x = 88172645463325252ull;
   for (int i = 0; i < 160003; ++i) {
@@ -342,7 +348,7 @@ TEST_F(Book, GarbageOfOddLengthIsSafe) {
   EXPECT_FALSE(probe(AFTER_E4, m));
 }
 
-TEST_F(Book, LargeBookFindsTheFirstRecordOfEachKey) {
+TEST_F(BookTest, LargeBookFindsTheFirstRecordOfEachKey) {
   std::vector<BookRecord> records;
   for (u32 i = 0; i < 200000; ++i) records.push_back(BookRecord{u64(i + 1) << 20 | i, 1, 1, 1, 1});
   records.push_back(record(start_fen, E2, E4, 0, 7, 0));  // weight 0 for White
@@ -354,5 +360,5 @@ TEST_F(Book, LargeBookFindsTheFirstRecordOfEachKey) {
     ASSERT_TRUE(probe(start_fen, m));
     EXPECT_EQ(m, encode_move(D2, D4, 0, 0, PAWN));
   }
-  EXPECT_EQ(c->book_records, 200003u);
+  EXPECT_EQ(c->book.records(), 200003u);
 }

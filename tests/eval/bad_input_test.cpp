@@ -37,14 +37,14 @@ const char* const odd_positions[] = {
 void evaluate_everywhere(board& b) {
   const int windows[][2] = {{test::OPEN_ALPHA, test::OPEN_BETA}, {-1, 1}, {5000, 5001}, {-5001, -5000}};
   for (const auto& w : windows) {
-    Evaluate(b, w[0], w[1]);
+    orvo::test::evaluator().evaluate(b, w[0], w[1]);
     b.side ^= 1, b.xside ^= 1;
-    Evaluate(b, w[0], w[1]);
+    orvo::test::evaluator().evaluate(b, w[0], w[1]);
     b.side ^= 1, b.xside ^= 1;
   }
   // Large fifty-move counters as well.
   b.fifty = 150;
-  Evaluate(b, test::OPEN_ALPHA, test::OPEN_BETA);
+  orvo::test::evaluator().evaluate(b, test::OPEN_ALPHA, test::OPEN_BETA);
   b.fifty = 0;
 }
 
@@ -53,7 +53,7 @@ void evaluate_everywhere(board& b) {
 TEST(eval_bad_input, OddPositionsDoNotCrash) {
   test::fresh_eval();
   for (int castle = 0; castle < 16; castle += 5) {
-    root_castle = u32(castle);
+    orvo::test::set_root_castle(u32(castle));
     for (const char* f : odd_positions) {
       board b;
       set_position(b, f);
@@ -67,7 +67,7 @@ TEST(eval_bad_input, OddPositionsDoNotCrash) {
       evaluate_everywhere(reused);
     }
   }
-  root_castle = 0;
+  orvo::test::set_root_castle(0);
 }
 
 TEST(eval_bad_input, DefaultConstructedBoard) {

@@ -36,7 +36,7 @@ struct Sample {
 };
 
 Sample warm(board& b) {
-  return {Evaluate(b, test::OPEN_ALPHA, test::OPEN_BETA), Evaluate(b, LAZY_ALPHA, LAZY_BETA)};
+  return {orvo::test::evaluator().evaluate(b, test::OPEN_ALPHA, test::OPEN_BETA), orvo::test::evaluator().evaluate(b, LAZY_ALPHA, LAZY_BETA)};
 }
 Sample cold(board& b) { return {cold_eval(b), cold_eval(b, LAZY_ALPHA, LAZY_BETA)}; }
 
@@ -63,21 +63,21 @@ class Writers {
     board& b = const_cast<board&>(positions_[i]);
     const bool has_pawns = (b.white[BB_PAWN] | b.black[BB_PAWN]) != 0;
     const size_t pslot = b.pawn_key & PAWN_TABLE_MASK;
-    const pawn_record& pe = pawn_table(b.side)[pslot];
+    const pawn_record& pe = orvo::test::evaluator().pawn_table(b.side)[pslot];
     const bool pawn_hit =
         has_pawns && pe.white_pawns == b.white[BB_PAWN] && pe.black_pawns == b.black[BB_PAWN];
     int& pawn_writer = pawn_[b.side & 1][pslot];
     if (pawn_hit && pawn_writer >= 0 && !same_material(positions_[pawn_writer], b))
       ++pawns_for_other_material;
     const size_t mslot = b.mat_key & (MATERIAL_CACHE_SIZE - 1);
-    const material_entry before = material_cache()[mslot];
+    const material_entry before = orvo::test::evaluator().material_cache()[mslot];
 
     const Sample s = warm(b);
 
     if (has_pawns && !pawn_hit) pawn_writer = int(i);
     if (uses_material_cache(b)) {
       // An entry that stays as it was has been read; a changed one written.
-      const material_entry after = material_cache()[mslot];
+      const material_entry after = orvo::test::evaluator().material_cache()[mslot];
       const int w = material_[mslot];
       if (after.check == before.check && after.flags == before.flags) {
         if (w >= 0 && !same_position_for_flags(positions_[w], b)) ++material_for_other_position;
@@ -153,7 +153,7 @@ void pollute_caches(int n) {
     text += (i & 1) ? "w - - 0 1" : "b - - 0 1";
     board b;
     set_position(b, text.c_str());
-    Evaluate(b, test::OPEN_ALPHA, test::OPEN_BETA);
+    orvo::test::evaluator().evaluate(b, test::OPEN_ALPHA, test::OPEN_BETA);
   }
 }
 
@@ -195,9 +195,9 @@ class eval_cache : public ::testing::Test {
  protected:
   void SetUp() override {
     test::fresh_eval();
-    root_castle = WHITE_SHORT | WHITE_LONG | BLACK_SHORT | BLACK_LONG;
+    orvo::test::set_root_castle(WHITE_SHORT | WHITE_LONG | BLACK_SHORT | BLACK_LONG);
   }
-  void TearDown() override { root_castle = 0; }
+  void TearDown() override { orvo::test::set_root_castle(0); }
 };
 
 TEST_F(eval_cache, PerftSuiteTwoPliesDeep) {
@@ -227,8 +227,8 @@ TEST_F(eval_cache, PerftSuiteTwoPliesDeep) {
   size_t mismatches = 0;
   // Warm, from emptied caches: neighbours in the list share pawns (a piece
   // moved or captured) and materials (other kings, the other side to move).
-  clear_pawn_tables();
-  clear_material_cache();
+  orvo::test::evaluator().clear_pawn_tables();
+  orvo::test::evaluator().clear_material_cache();
   mismatches += compare("forward", positions, expected, forward, writers);
   mismatches += compare("backward", positions, expected, backward, writers);
 
@@ -254,8 +254,8 @@ TEST_F(eval_cache, PerftSuiteTwoPliesDeep) {
 
   // Fully emptied caches give the same as the per-entry emptying.
   for (size_t k = 0; k < n; k += n / 40 + 1) {
-    clear_pawn_tables();
-    clear_material_cache();
+    orvo::test::evaluator().clear_pawn_tables();
+    orvo::test::evaluator().clear_material_cache();
     EXPECT_EQ(warm(positions[k]), expected[k]) << k;
   }
 }
@@ -321,8 +321,8 @@ TEST_F(eval_cache, PromotionKeepsTheMaterialKeyButNotTheFlags) {
     EXPECT_EQ(win_chance(p), WHITE_CAN_WIN);
     EXPECT_EQ(win_chance(c), 0u);
     for (int order = 0; order < 2; ++order) {
-      clear_pawn_tables();
-      clear_material_cache();
+      orvo::test::evaluator().clear_pawn_tables();
+      orvo::test::evaluator().clear_material_cache();
       board first = order ? c : p, second = order ? p : c;
       const Sample first_cold = cold(first), second_cold = cold(second);
       EXPECT_EQ(warm(first), first_cold);
@@ -347,7 +347,7 @@ TEST_F(eval_cache, KingsDecideTheRookPawnRuleWhateverTheCacheHolds) {
   EXPECT_EQ(drawn_cold, (Sample{0, 0}));
   EXPECT_GT(won_cold.full, 300);
   for (int order = 0; order < 2; ++order) {
-    clear_material_cache();
+    orvo::test::evaluator().clear_material_cache();
     board& first = order ? won : drawn;
     board& second = order ? drawn : won;
     warm(first);
@@ -364,7 +364,7 @@ TEST_F(eval_cache, KingsDecideTheRookPawnRuleWhateverTheCacheHolds) {
   const Sample black_cold = cold(drawn_black), white_cold = cold(won_white);
   EXPECT_EQ(black_cold, (Sample{0, 0}));
   for (int order = 0; order < 2; ++order) {
-    clear_material_cache();
+    orvo::test::evaluator().clear_material_cache();
     warm(order ? won_white : drawn_black);
     EXPECT_EQ(warm(drawn_black), black_cold);
     EXPECT_EQ(warm(won_white), white_cold);
@@ -380,7 +380,7 @@ TEST_F(eval_cache, SamePawnsWithOtherMaterial) {
   ASSERT_EQ(bare.pawn_key, queen.pawn_key);
   const Sample bare_cold = cold(bare), queen_cold = cold(queen);
   for (int order = 0; order < 2; ++order) {
-    clear_pawn_tables();
+    orvo::test::evaluator().clear_pawn_tables();
     warm(order ? queen : bare);
     EXPECT_EQ(warm(bare), bare_cold);
     EXPECT_EQ(warm(queen), queen_cold);
@@ -394,23 +394,22 @@ TEST(eval_cache_lifecycle, EvaluateWorksBeforeAnyAllocation) {
   init_tables();
   board b;
   set_position(b, start_fen);
-  const int s = Evaluate(b, test::OPEN_ALPHA, test::OPEN_BETA);
-  EXPECT_EQ(s, Evaluate(b, test::OPEN_ALPHA, test::OPEN_BETA));
-  eval_allocate_caches();
-  eval_allocate_caches();  // once only; a second call keeps the tables
-  EXPECT_EQ(Evaluate(b, test::OPEN_ALPHA, test::OPEN_BETA), s);
+  const int s = orvo::test::evaluator().evaluate(b, test::OPEN_ALPHA, test::OPEN_BETA);
+  EXPECT_EQ(s, orvo::test::evaluator().evaluate(b, test::OPEN_ALPHA, test::OPEN_BETA));
+
+  EXPECT_EQ(orvo::test::evaluator().evaluate(b, test::OPEN_ALPHA, test::OPEN_BETA), s);
 }
 
 TEST(eval_cache_lifecycle, ExternalPawnTablesCanBeAttached) {
   test::fresh_eval();
   std::vector<pawn_record> black(PAWN_TABLE_SIZE), white(PAWN_TABLE_SIZE);
-  attach_pawn_tables(black.data(), white.data());
+  orvo::test::evaluator().use_pawn_tables(black.data(), white.data());
   board b;
   set_position(b, start_fen);
-  const int s = Evaluate(b, test::OPEN_ALPHA, test::OPEN_BETA);
+  const int s = orvo::test::evaluator().evaluate(b, test::OPEN_ALPHA, test::OPEN_BETA);
   EXPECT_EQ(white[b.pawn_key & PAWN_TABLE_MASK].white_pawns, b.white[BB_PAWN]);
   EXPECT_EQ(white[b.pawn_key & PAWN_TABLE_MASK].black_pawns, b.black[BB_PAWN]);
-  attach_pawn_tables(nullptr, nullptr);  // back to the evaluation's own
-  EXPECT_EQ(Evaluate(b, test::OPEN_ALPHA, test::OPEN_BETA), s);
-  EXPECT_NE(pawn_table(WHITE), white.data());
+  orvo::test::evaluator().use_pawn_tables(nullptr, nullptr);  // back to the evaluation's own
+  EXPECT_EQ(orvo::test::evaluator().evaluate(b, test::OPEN_ALPHA, test::OPEN_BETA), s);
+  EXPECT_NE(orvo::test::evaluator().pawn_table(WHITE), white.data());
 }

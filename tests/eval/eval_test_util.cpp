@@ -71,10 +71,10 @@ std::vector<board> random_walks(const std::vector<board>& roots, int walks, int 
 }
 
 int cold_eval(board& b, int alpha, int beta) {
-  eval_allocate_caches();
-  eval::pawn_table(b.side)[b.pawn_key & eval::PAWN_TABLE_MASK] = eval::pawn_record{};
-  eval::material_cache()[b.mat_key & (eval::MATERIAL_CACHE_SIZE - 1)] = {0, eval::BOTH_CAN_WIN};
-  return Evaluate(b, alpha, beta);
+  Evaluator& e = evaluator();
+  e.pawn_table(b.side)[b.pawn_key & eval::PAWN_TABLE_MASK] = eval::pawn_record{};
+  e.material_cache()[b.mat_key & (eval::MATERIAL_CACHE_SIZE - 1)] = {0, eval::BOTH_CAN_WIN};
+  return e.evaluate(b, alpha, beta);
 }
 
 std::string flip_fen(const std::string& fen_text) {

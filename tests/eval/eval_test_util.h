@@ -14,13 +14,33 @@ namespace orvo::test {
 // A window no score reaches: the lazy exit never happens with it.
 constexpr int OPEN_ALPHA = -100000, OPEN_BETA = 100000;
 
-// Tables built, caches allocated and emptied.
+// The evaluator the tests use (one for the process, with its own caches).
+inline Evaluator& evaluator() {
+  static Evaluator e;
+  return e;
+}
+
+// Tables built, caches emptied.
 inline void fresh_eval() {
   build_eval_tables();
-  eval_allocate_caches();
-  clear_material_cache();
-  clear_pawn_tables();
+  evaluator().clear_material_cache();
+  evaluator().clear_pawn_tables();
 }
+
+// The castling rights the castling terms are judged from.
+inline void set_root_castle(u32 rights) { evaluator().set_root_castle(rights); }
+
+// The pawn-structure term through the test evaluator's table; the record
+// the other terms would read is left in *record.
+inline int pawn_term(const board& b, const eval::pawn_record** record = nullptr) {
+  const eval::pawn_record* r;
+  const int score = eval::pawn_structure(b, evaluator().pawn_table(b.side), r);
+  if (record) *record = r;
+  return score;
+}
+
+// The win-chance flags through the test evaluator's material cache.
+inline u32 material_flags_of(const board& b) { return eval::material_flags(b, evaluator().material_cache()); }
 
 inline board position(const char* fen_text) {
   build_eval_tables();
@@ -30,7 +50,7 @@ inline board position(const char* fen_text) {
 }
 
 // Full evaluation (no lazy exit) from the side to move's view.
-inline int full_eval(board& b) { return Evaluate(b, OPEN_ALPHA, OPEN_BETA); }
+inline int full_eval(board& b) { return evaluator().evaluate(b, OPEN_ALPHA, OPEN_BETA); }
 
 // The pawn record of a position, computed without the cache.
 inline eval::pawn_record pawn_record_of(const board& b, eval::pawn_detail* detail = nullptr) {

@@ -15,7 +15,7 @@ class eval_king : public ::testing::Test {
  protected:
   void SetUp() override {
     test::fresh_eval();
-    root_castle = 0;
+    orvo::test::set_root_castle(0);
   }
 };
 
@@ -233,11 +233,11 @@ TEST_F(eval_king, RootRightsDecideWhetherTheCastlingTermsCount) {
   board b = position(fen);
   const int white_term = castling_term(b, pawn_record_of(b), WHITE);
   ASSERT_NE(white_term, 0);
-  root_castle = 0;
+  orvo::test::set_root_castle(0);
   const int without = full_eval(b);
-  root_castle = WHITE_SHORT;
+  orvo::test::set_root_castle(WHITE_SHORT);
   EXPECT_EQ(full_eval(b) - without, white_term);
-  root_castle = BLACK_LONG;
+  orvo::test::set_root_castle(BLACK_LONG);
   EXPECT_EQ(full_eval(b) - without, castling_term(b, pawn_record_of(b), BLACK));
-  root_castle = 0;
+  orvo::test::set_root_castle(0);
 }

@@ -16,7 +16,7 @@ class eval_material : public ::testing::Test {
  protected:
   void SetUp() override {
     test::fresh_eval();
-    root_castle = 0;
+    orvo::test::set_root_castle(0);
   }
 };
 
@@ -131,7 +131,7 @@ TEST_F(eval_material, StalematedBareKingWithPawnsScoresZero) {
   board b = position("k7/P7/1K6/8/8/8/8/8 b - - 0 1");
   EXPECT_EQ(win_chance(b), WHITE_CAN_WIN);
   EXPECT_TRUE(bare_king_stalemate(b));
-  EXPECT_EQ(material_flags(b), 0u);
+  EXPECT_EQ(orvo::test::material_flags_of(b), 0u);
   EXPECT_EQ(full_eval(b), 0);
   // With White to move the test is about White, which has a pawn: no.
   board w = position("k7/P7/1K6/8/8/8/8/8 w - - 0 1");
@@ -145,7 +145,7 @@ TEST_F(eval_material, StalematedBareKingWithoutPawnsOnlyQuartersTheScore) {
   // bit cleared a positive score is divided by 4: 272; Black to move: -272.
   board b = position("k7/2K5/1Q6/8/8/8/8/8 b - - 0 1");
   EXPECT_TRUE(bare_king_stalemate(b));
-  EXPECT_EQ(material_flags(b), 0u);
+  EXPECT_EQ(orvo::test::material_flags_of(b), 0u);
   EXPECT_EQ(full_eval(b), -272);
   board w = position("k7/2K5/1Q6/8/8/8/8/8 w - - 0 1");
   EXPECT_EQ(full_eval(w), 1090);
@@ -156,7 +156,7 @@ TEST_F(eval_material, BareKingTestNeedsTheOtherKingInTheZone) {
   // outside the two-step zone of a8: the test answers no.
   board b = position("k7/8/1Q6/8/8/8/8/7K b - - 0 1");
   EXPECT_FALSE(bare_king_stalemate(b));
-  EXPECT_EQ(material_flags(b), WHITE_CAN_WIN);
+  EXPECT_EQ(orvo::test::material_flags_of(b), WHITE_CAN_WIN);
 }
 
 TEST_F(eval_material, BareKingTestDoesNotAskAboutCheck) {
@@ -279,19 +279,19 @@ TEST_F(eval_material, NoImbalanceBonusWhenMajorPiecesDiffer) {
 
 TEST_F(eval_material, CacheStoresTheFlagsUnderTheKeysHighWord) {
   board b = position("4k3/8/8/8/8/8/8/4KN2 w - - 0 1");
-  clear_material_cache();
-  material_flags(b);
-  const material_entry& e = material_cache()[b.mat_key & 1023];
+  orvo::test::evaluator().clear_material_cache();
+  orvo::test::material_flags_of(b);
+  const material_entry& e = orvo::test::evaluator().material_cache()[b.mat_key & 1023];
   EXPECT_EQ(e.check, u32(b.mat_key >> 32));
   EXPECT_EQ(e.flags & BOTH_CAN_WIN, 0u);  // the other bits are the cache's own
-  clear_material_cache();
-  EXPECT_EQ(material_cache()[b.mat_key & 1023].check, 0u);
-  EXPECT_EQ(material_cache()[b.mat_key & 1023].flags, 3u);
+  orvo::test::evaluator().clear_material_cache();
+  EXPECT_EQ(orvo::test::evaluator().material_cache()[b.mat_key & 1023].check, 0u);
+  EXPECT_EQ(orvo::test::evaluator().material_cache()[b.mat_key & 1023].flags, 3u);
 }
 
 TEST_F(eval_material, CacheIsNotAskedWithThirteenUnitsOrMore) {
   board b = position("4k3/8/8/8/8/8/8/3QKR2 w - - 0 1");  // 14 units
-  clear_material_cache();
-  EXPECT_EQ(material_flags(b), BOTH_CAN_WIN);
-  EXPECT_EQ(material_cache()[b.mat_key & 1023].check, 0u);
+  orvo::test::evaluator().clear_material_cache();
+  EXPECT_EQ(orvo::test::material_flags_of(b), BOTH_CAN_WIN);
+  EXPECT_EQ(orvo::test::evaluator().material_cache()[b.mat_key & 1023].check, 0u);
 }

@@ -28,7 +28,7 @@ class eval_pawns : public ::testing::Test {
 
 TEST_F(eval_pawns, StartPositionScoresZero) {
   board b = position(start_fen);
-  EXPECT_EQ(pawn_structure(b), 0);
+  EXPECT_EQ(test::pawn_term(b), 0);
 }
 
 TEST_F(eval_pawns, StartPositionEveryPawnBackwardEveryPawnButTheHPawnsADuo) {
@@ -46,8 +46,9 @@ TEST_F(eval_pawns, LoneWhitePawnOnD2) {
   // Square table -10, isolated -8 and half of it -4 (no Black pawn ahead),
   // passed trunc((4075 - 0) / 4075 * 2) = 2: -20.
   board b = position("4k3/8/8/8/8/8/3P4/4K3 w - - 0 1");
-  EXPECT_EQ(pawn_structure(b), -20);
-  EXPECT_EQ(current_pawns.white_passed, 1ull << D2);
+  const pawn_record* current;
+  EXPECT_EQ(test::pawn_term(b, &current), -20);
+  EXPECT_EQ(current->white_passed, 1ull << D2);
 }
 
 TEST_F(eval_pawns, PassedBonusShrinksWithTheEnemysMaterial) {
@@ -212,22 +213,23 @@ TEST_F(eval_pawns, StoredScoreLeavesOutThePassedBonus) {
 
 TEST_F(eval_pawns, CacheHitCopiesTheRecord) {
   board b = position("4k3/8/3p4/8/3P4/8/8/4K3 w - - 0 1");
-  clear_pawn_tables();
-  const int first = pawn_structure(b);
-  const pawn_record& entry = pawn_table(b.side)[b.pawn_key & PAWN_TABLE_MASK];
+  test::evaluator().clear_pawn_tables();
+  const int first = test::pawn_term(b);
+  const pawn_record& entry = test::evaluator().pawn_table(b.side)[b.pawn_key & PAWN_TABLE_MASK];
   EXPECT_EQ(entry.white_pawns, b.white[BB_PAWN]);
   EXPECT_EQ(entry.black_pawns, b.black[BB_PAWN]);
   EXPECT_EQ(entry.score, first);  // no passers
-  current_pawns = pawn_record{};
-  EXPECT_EQ(pawn_structure(b), first);
-  EXPECT_EQ(current_pawns.white_pawns, b.white[BB_PAWN]);
-  EXPECT_EQ(current_pawns.white_outposts, 1ull << D5);
+  const pawn_record* current = nullptr;
+  EXPECT_EQ(test::pawn_term(b, &current), first);
+  EXPECT_EQ(current, &entry);  // the record is read where it lies
+  EXPECT_EQ(current->white_pawns, b.white[BB_PAWN]);
+  EXPECT_EQ(current->white_outposts, 1ull << D5);
   // The other side to move has a table of its own.
   board other = b;
   other.side = BLACK, other.xside = WHITE;
-  EXPECT_EQ(pawn_table(BLACK)[b.pawn_key & PAWN_TABLE_MASK].white_pawns, 0u);
-  EXPECT_EQ(pawn_structure(other), first);
-  EXPECT_EQ(pawn_table(BLACK)[b.pawn_key & PAWN_TABLE_MASK].white_pawns, b.white[BB_PAWN]);
+  EXPECT_EQ(test::evaluator().pawn_table(BLACK)[b.pawn_key & PAWN_TABLE_MASK].white_pawns, 0u);
+  EXPECT_EQ(test::pawn_term(other), first);
+  EXPECT_EQ(test::evaluator().pawn_table(BLACK)[b.pawn_key & PAWN_TABLE_MASK].white_pawns, b.white[BB_PAWN]);
 }
 
 TEST_F(eval_pawns, RecordServesEveryMaterialWithTheSamePawns) {
@@ -238,34 +240,35 @@ TEST_F(eval_pawns, RecordServesEveryMaterialWithTheSamePawns) {
   board bare = position("4k3/8/8/8/8/8/3P4/4K3 w - - 0 1");
   board queen = position("3qk3/8/8/8/8/8/3P4/4K3 w - - 0 1");
   ASSERT_EQ(bare.pawn_key, queen.pawn_key);
-  clear_pawn_tables();
-  EXPECT_EQ(pawn_structure(bare), -20);
-  EXPECT_EQ(pawn_structure(queen), -21);
-  clear_pawn_tables();
-  EXPECT_EQ(pawn_structure(queen), -21);
-  EXPECT_EQ(pawn_structure(bare), -20);
+  test::evaluator().clear_pawn_tables();
+  EXPECT_EQ(test::pawn_term(bare), -20);
+  EXPECT_EQ(test::pawn_term(queen), -21);
+  test::evaluator().clear_pawn_tables();
+  EXPECT_EQ(test::pawn_term(queen), -21);
+  EXPECT_EQ(test::pawn_term(bare), -20);
 }
 
 TEST_F(eval_pawns, RecordOfOtherPawnsInTheSlotIsNotRead) {
   // A record planted in the slot of this pawn key, for other pawns, is
   // recomputed rather than read, even if it were to carry the same key.
   board b = position("4k3/8/8/8/8/8/3P4/4K3 w - - 0 1");
-  clear_pawn_tables();
-  pawn_record& slot = pawn_table(b.side)[b.pawn_key & PAWN_TABLE_MASK];
+  test::evaluator().clear_pawn_tables();
+  pawn_record& slot = test::evaluator().pawn_table(b.side)[b.pawn_key & PAWN_TABLE_MASK];
   compute_pawn_structure(0x0000000000FF0000ull, 0, 0, 0, slot);
-  EXPECT_EQ(pawn_structure(b), -20);
+  EXPECT_EQ(test::pawn_term(b), -20);
   EXPECT_EQ(slot.white_pawns, b.white[BB_PAWN]);
 }
 
 TEST_F(eval_pawns, NoPawnsGiveZeroAndTheEmptyRecord) {
   board with = position("4k3/8/8/p7/8/8/7P/4K3 w - - 0 1");
-  pawn_structure(with);
-  ASSERT_NE(current_pawns.white_passed | current_pawns.black_passed, 0u);
+  const pawn_record* current;
+  test::pawn_term(with, &current);
+  ASSERT_NE(current->white_passed | current->black_passed, 0u);
   board none = position("4k3/8/8/8/8/8/8/3RK3 w - - 0 1");
-  EXPECT_EQ(pawn_structure(none), 0);
-  EXPECT_EQ(current_pawns.white_passed | current_pawns.black_passed, 0u);
-  EXPECT_EQ(current_pawns.white_outposts | current_pawns.black_outposts, 0u);
-  EXPECT_EQ(current_pawns.open_files, 0xFF);
+  EXPECT_EQ(test::pawn_term(none, &current), 0);
+  EXPECT_EQ(current->white_passed | current->black_passed, 0u);
+  EXPECT_EQ(current->white_outposts | current->black_outposts, 0u);
+  EXPECT_EQ(current->open_files, 0xFF);
 }
 
 TEST_F(eval_pawns, PawnlessPositionsScoreTheSameWhateverCameBefore) {

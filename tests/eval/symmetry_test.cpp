@@ -69,11 +69,11 @@ void expect_symmetric(const std::string& fen_text) {
   board b = test::position(fen_text.c_str());
   const std::string flipped_text = test::flip_fen(fen_text);
   board f = test::position(flipped_text.c_str());
-  root_castle = b.castle;
+  orvo::test::set_root_castle(b.castle);
   const int original = test::cold_eval(b);
-  root_castle = f.castle;
+  orvo::test::set_root_castle(f.castle);
   const int flipped = test::cold_eval(f);
-  root_castle = 0;
+  orvo::test::set_root_castle(0);
   EXPECT_EQ(original, flipped) << fen_text << "  vs  " << flipped_text;
 }
 

@@ -5,9 +5,10 @@
 #include <memory>
 #include <string>
 
-#include "engine/chess.h"
 #include "position/fen.h"
+#include "position/game.h"
 #include "position/makemove.h"
+#include "position/tables.h"
 
 using namespace orvo;
 
@@ -15,14 +16,17 @@ namespace {
 
 class MoveText : public ::testing::Test {
  protected:
-  void SetUp() override { c = std::make_unique<chess>(); }
+  void SetUp() override {
+    init_tables();
+    c = std::make_unique<Game>();
+  }
   void setup(const char* fen) { set_position(c->pos, fen); }
   std::string text(Move m) {
     char buf[6];
     move_to_text(m, buf);
     return buf;
   }
-  std::unique_ptr<chess> c;
+  std::unique_ptr<Game> c;
 };
 
 }  // namespace
@@ -53,12 +57,12 @@ TEST_F(MoveText, ApplyPlaysIntoTheGameHistory) {
   const Move m = apply_coordinate_move(*c, "e2e4");
   EXPECT_EQ(m, encode_move(E2, E4, 0, 0, PAWN));
   EXPECT_EQ(c->pos.hist_ply, 1);
-  EXPECT_EQ(c->game_history[0].move, m);
+  EXPECT_EQ(c->history[0].move, m);
   EXPECT_EQ(c->pos.piece[E4], PAWN);
   EXPECT_EQ(c->pos.side, BLACK);
   const Move r = apply_coordinate_move(*c, "e7e5");
   EXPECT_EQ(r, encode_move(E7, E5, 0, 0, PAWN));
-  EXPECT_EQ(c->game_history[1].move, r);
+  EXPECT_EQ(c->history[1].move, r);
 }
 
 TEST_F(MoveText, ApplyRefusesImpossibleMovesAndLeavesThePosition) {

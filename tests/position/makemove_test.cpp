@@ -125,8 +125,8 @@ TEST(MakeMove, KeyHistoryRecordsTheKeyBeforeEachMove) {
   ASSERT_TRUE(play(b, "g1", "f3", u[0]));
   const u64 k1 = b.key;
   ASSERT_TRUE(play(b, "g8", "f6", u[1]));
-  EXPECT_EQ(KeyHistory[0], k0);
-  EXPECT_EQ(KeyHistory[1], k1);
+  EXPECT_EQ(b.key_history[0], k0);
+  EXPECT_EQ(b.key_history[1], k1);
   EXPECT_EQ(b.hist_ply, 2);
   unmake(b, u[1]);
   unmake(b, u[0]);
@@ -179,4 +179,20 @@ TEST(MakeMove, RoundTripOverThePerftSuite) {
     }
   }
   EXPECT_GT(checked, 20000);
+}
+
+// Each board keeps its own key history: a copy played on leaves the
+// original's alone, and boards compare equal by the keys of their plies.
+TEST(MakeMove, EachBoardKeepsItsOwnKeyHistory) {
+  board b = from_fen(start_fen);
+  undo u[2];
+  ASSERT_TRUE(play(b, "g1", "f3", u[0]));
+  board copy = b;
+  ASSERT_TRUE(play(copy, "g8", "f6", u[1]));
+  EXPECT_EQ(b.key_history[1], 0u);
+  EXPECT_EQ(copy.key_history[1], b.key);
+  unmake(copy, u[1]);
+  EXPECT_TRUE(copy == b);
+  copy.key_history[0] ^= 1;
+  EXPECT_FALSE(copy == b);
 }

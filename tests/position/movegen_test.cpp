@@ -142,13 +142,14 @@ TEST(Movegen, AttackTestBySliders) {
 
 TEST(Movegen, AttackersList) {
   board b = from_fen("4k3/8/8/8/8/5N2/8/1N2K3 w - - 0 1");
-  int n = list_attackers(b, KNIGHT, WHITE, sq("d2"));
+  int found[ATTACKERS_MAX];
+  int n = list_attackers(b, KNIGHT, WHITE, sq("d2"), found);
   ASSERT_EQ(n, 2);
-  EXPECT_EQ(attackers_list[0], sq("f3"));
-  EXPECT_EQ(attackers_list[1], sq("b1"));
-  EXPECT_EQ(list_attackers(b, PAWN, WHITE, sq("d2")), 0);
-  EXPECT_EQ(list_attackers(b, 7, WHITE, sq("d2")), 0);
-  EXPECT_EQ(list_attackers(b, KING, WHITE, sq("d2")), 1);
+  EXPECT_EQ(found[0], sq("f3"));
+  EXPECT_EQ(found[1], sq("b1"));
+  EXPECT_EQ(list_attackers(b, PAWN, WHITE, sq("d2"), found), 0);
+  EXPECT_EQ(list_attackers(b, 7, WHITE, sq("d2"), found), 0);
+  EXPECT_EQ(list_attackers(b, KING, WHITE, sq("d2"), found), 1);
 }
 
 // A board set up from text can hold more pieces than a game ever has; these

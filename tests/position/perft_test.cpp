@@ -19,7 +19,7 @@ struct Row {
 
 void expect_rows(const char* fen, const std::vector<Row>& rows) {
   board b = from_fen(fen);
-  perft_run(b, int(rows.size()));
+  const PerftCounts perft_counts = perft_run(b, int(rows.size()));
   for (size_t l = 0; l < rows.size(); ++l) {
     EXPECT_EQ(perft_counts.moves[l], rows[l].moves) << fen << " level " << l + 1;
     EXPECT_EQ(perft_counts.captures[l], rows[l].captures) << fen << " level " << l + 1;
@@ -31,7 +31,7 @@ void expect_rows(const char* fen, const std::vector<Row>& rows) {
 
 void expect_moves(const char* fen, const std::vector<long long>& counts) {
   board b = from_fen(fen);
-  perft_run(b, int(counts.size()));
+  const PerftCounts perft_counts = perft_run(b, int(counts.size()));
   for (size_t l = 0; l < counts.size(); ++l)
     EXPECT_EQ(perft_counts.moves[l], counts[l]) << fen << " depth " << l + 1;
 }
@@ -116,7 +116,7 @@ TEST(Perft, Suite) {
     size_t depth = 1;
     while (depth + 1 < line.counts.size() && line.counts[depth + 1] <= budget) ++depth;
     board b = from_fen(line.fen);
-    perft_run(b, int(depth));
+    const PerftCounts perft_counts = perft_run(b, int(depth));
     for (size_t d = 1; d <= depth; ++d)
       EXPECT_EQ(perft_counts.moves[d - 1], line.counts[d]) << line.fen << " depth " << d;
     total += line.counts[depth];
@@ -124,50 +124,18 @@ TEST(Perft, Suite) {
   RecordProperty("leaves", std::to_string(total));
 }
 
-namespace {
-
-// Runs perft_command and returns what it printed.
-std::string perft_output(const char* fen, const char* arg) {
-  board b = from_fen(fen);
-  std::fflush(stdout);
-  testing::internal::CaptureStdout();
-  perft_command(b, arg);
-  std::fflush(stdout);
-  return testing::internal::GetCapturedStdout();
-}
-
-}  // namespace
-
-TEST(PerftCommand, Report) {
-  std::string out = perft_output(start_fen, "3");
-  const std::string head =
-      "depth          moves   captures en_passant  promotion     castle\n"
-      "perft(1):         20          0          0          0          0\n"
-      "perft(2):        400          0          0          0          0\n"
-      "perft(3):       8902         34          0          0          0\n"
-      "\n";
-  ASSERT_EQ(out.compare(0, head.size(), head), 0) << out;
-  EXPECT_EQ(out.substr(out.size() - 4), " ms\n");
-}
-
-TEST(PerftCommand, NothingForZeroNegativeOrText) {
-  EXPECT_EQ(perft_output(start_fen, "0"), "");
-  EXPECT_EQ(perft_output(start_fen, "-3"), "");
-  EXPECT_EQ(perft_output(start_fen, "abc"), "");
-  EXPECT_EQ(perft_output(start_fen, ""), "");
-}
-
-TEST(PerftCommand, TooDeepIsRefused) {
-  EXPECT_EQ(perft_output(start_fen, "99999"), "perft: depth 99999 is too deep, the largest is 10\n");
-  EXPECT_EQ(perft_output(start_fen, "11"), "perft: depth 11 is too deep, the largest is 10\n");
-}
-
-TEST(PerftCommand, CastlesCountOnlyAcceptedCastlings) {
+TEST(Perft, CastlesCountOnlyAcceptedCastlings) {
   // Rights present but f1 attacked: the generated e1-g1 is refused.
   board b = from_fen("4kr2/8/8/8/8/8/8/R3K2R w KQ - 0 1");
-  perft_run(b, 1);
-  EXPECT_EQ(perft_counts.castles[0], 1);  // only e1-c1
+  EXPECT_EQ(perft_run(b, 1).castles[0], 1);  // only e1-c1
   b = from_fen("4k3/8/8/8/8/8/8/R3K2R w - - 0 1");
-  perft_run(b, 1);
-  EXPECT_EQ(perft_counts.castles[0], 0);
+  EXPECT_EQ(perft_run(b, 1).castles[0], 0);
+}
+
+TEST(Perft, DepthsOutsideTheTablesCountNothing) {
+  board b = from_fen(start_fen);
+  for (int depth : {0, -3, PERFT_MAX_DEPTH + 1}) {
+    const PerftCounts counts = perft_run(b, depth);
+    for (int l = 0; l < PERFT_MAX_DEPTH; ++l) EXPECT_EQ(counts.moves[l], 0) << depth;
+  }
 }

@@ -1,81 +1,68 @@
-// The UCI side against a stand-in search: commands, options, flags around
-// a search, "position", the words of "go" and the "bestmove" line.
+// The UCI side in process, with the real search, driven through a front
+// end in memory: commands, options, flags around a search, "position", the
+// words of "go" and the "bestmove" line.
 #include "protocol/uci.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
+#include <cerrno>
 #include <climits>
-#include <cstdio>
-#include <cstdlib>
-#include <memory>
+#include <fstream>
+#include <regex>
 #include <string>
-#include <vector>
 
-#include "engine/chess.h"
-#include "position/fen.h"
 #include "io/movetext.h"
-#include "tests/protocol/fake_search.h"
+#include "position/movegen.h"
+#include "tests/protocol/uci_fixture.h"
 
 using namespace orvo;
 
 namespace {
 
-chess* current = nullptr;
+using UciSide = orvo::test::UciFixture;
 
-class Uci : public ::testing::Test {
- protected:
-  void SetUp() override {
-    c = std::make_unique<chess>();
-    current = c.get();
-    fake::reset();
-    testing::internal::CaptureStdout();
-    testing::internal::CaptureStderr();
-    uci_handshake(*c);
-    // The once-only set-up is done here, so that every test sees the
-    // engine ready and no set-up messages mix into its output.
-    uci_engine_init(*c);
-    testing::internal::GetCapturedStderr();
-    testing::internal::GetCapturedStdout();
-    fake::reset();
+// The last line of some output, without its newline.
+std::string last_line(const std::string& out) {
+  if (out.empty()) return "";
+  const size_t end = out.back() == '\n' ? out.size() - 1 : out.size();
+  const size_t start = out.rfind('\n', end - 1);
+  return out.substr(start == std::string::npos ? 0 : start + 1, end - (start == std::string::npos ? 0 : start + 1));
+}
+
+// The line before the last one.
+std::string line_before_last(const std::string& out) {
+  const std::string last = last_line(out);
+  return last_line(out.substr(0, out.size() - last.size() - 1));
+}
+
+bool is_final_info(const std::string& line) {
+  return std::regex_match(line, std::regex("info time [0-9]+ nodes [0-9]+ nps [0-9]+ cpuload 0"));
+}
+
+// A move that the generators make in the position, given as text.
+bool legal_text(const board& pos, const std::string& text) {
+  board b = pos;
+  MoveList l;
+  generate_all(b, l);
+  for (int i = 0; i < l.count; ++i) {
+    char t[8];
+    move_to_text(l.moves[i], t);
+    undo u;
+    if (text == t && make(b, l.moves[i], u)) return true;
   }
-  void TearDown() override { current = nullptr; }
-
-  // Obeys one line and returns what went to standard output.
-  std::string run(const std::string& line) {
-    std::vector<char> buf(line.begin(), line.end());
-    buf.push_back(0);
-    testing::internal::CaptureStdout();
-    uci_execute(*c, buf.data());
-    return testing::internal::GetCapturedStdout();
-  }
-  std::string fen() {
-    char text[128];
-    write_fen(c->pos, text);
-    return text;
-  }
-
-  std::unique_ptr<chess> c;
-};
-
-void feed(const char* line) {
-  char buf[256];
-  std::snprintf(buf, sizeof buf, "%s", line);
-  uci_execute(*current, buf);
+  return false;
 }
 
 }  // namespace
 
 // --- handshake and options -------------------------------------------------
 
-TEST(UciHandshake, LinesAreExact) {
-  auto c = std::make_unique<chess>();
-  fake::reset();
-  c->searching = c->force_mode = c->ponder_search = 1;
-  testing::internal::CaptureStdout();
-  uci_handshake(*c);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+TEST_F(UciSide, HandshakeLinesAreExact) {
+  uci->searching = uci->bestmove_owed = uci->ponder_search = 1;
+  run("position startpos moves e2e4");
+  forget_output();
+  uci->handshake();
+  EXPECT_EQ(mem->out,
             "id name Orvo v2.14a_x64\n"
             "id author Erwan Tollis Quenby\n"
             "option name Hash type spin default 32 min 1 max 128\n"
@@ -83,414 +70,513 @@ TEST(UciHandshake, LinesAreExact) {
             "option name OwnBook type check default true\n"
             "option name BookFile type string default Orvo.bin\n"
             "uciok\n");
-  EXPECT_EQ(c->uci_mode, 1);
-  EXPECT_EQ(c->xboard_mode, 0);
-  EXPECT_EQ(c->searching, 0);
-  EXPECT_EQ(c->force_mode, 0);
-  EXPECT_EQ(c->ponder_search, 0);
-  EXPECT_NE(c->poll_input, nullptr);
-  EXPECT_EQ(fake::calls.reset_search, 1);
+  EXPECT_EQ(uci->searching, 0);
+  EXPECT_EQ(uci->bestmove_owed, 0);
+  EXPECT_EQ(uci->ponder_search, 0);
   board start;
   set_position(start, start_fen);
-  EXPECT_TRUE(c->pos == start);
+  EXPECT_TRUE(pos() == start);
 }
 
-TEST(UciHandshake, OptionsGoBackToTheirDefaults) {
-  auto c = std::make_unique<chess>();
-  option_set("Hash", "100");
-  option_set("Ponder", "true");
-  testing::internal::CaptureStdout();
-  uci_handshake(*c);
-  const std::string out = testing::internal::GetCapturedStdout();
-  EXPECT_NE(out.find("default 32 min 1 max 128"), std::string::npos);
-  EXPECT_STREQ(option_value("Hash"), "32");
-  EXPECT_FALSE(option_is_true("Ponder"));
-  EXPECT_TRUE(option_is_true("OwnBook"));
-  EXPECT_STREQ(option_value("BookFile"), "Orvo.bin");
+TEST_F(UciSide, HandshakeBringsTheOptionsBackToTheirDefaults) {
+  uci->option_set("Hash", "100");
+  uci->option_set("Ponder", "true");
+  uci->handshake();
+  EXPECT_NE(mem->out.find("default 32 min 1 max 128"), std::string::npos);
+  EXPECT_STREQ(uci->option_value("Hash"), "32");
+  EXPECT_FALSE(uci->option_is_true("Ponder"));
+  EXPECT_TRUE(uci->option_is_true("OwnBook"));
+  EXPECT_STREQ(uci->option_value("BookFile"), "Orvo.bin");
 }
 
-TEST(UciOptions, CheckValues) {
-  options_reset();
+TEST_F(UciSide, CheckValues) {
   for (const char* yes : {"true", "yes", "1"}) {
-    ASSERT_TRUE(option_set("Ponder", yes));
-    EXPECT_TRUE(option_is_true("Ponder")) << yes;
+    ASSERT_TRUE(uci->option_set("Ponder", yes));
+    EXPECT_TRUE(uci->option_is_true("Ponder")) << yes;
   }
   for (const char* no : {"false", "no", "0", "TRUE", "Yes", "", "true ", "2", "on"}) {
-    ASSERT_TRUE(option_set("Ponder", no));
-    EXPECT_FALSE(option_is_true("Ponder")) << no;
+    ASSERT_TRUE(uci->option_set("Ponder", no));
+    EXPECT_FALSE(uci->option_is_true("Ponder")) << no;
   }
-  EXPECT_FALSE(option_is_true("NoSuchOption"));
-  EXPECT_FALSE(option_set("NoSuchOption", "1"));
-  EXPECT_FALSE(option_set("hash", "1"));  // names are case-sensitive
-  EXPECT_EQ(option_value("NoSuchOption"), nullptr);
-  options_reset();
+  EXPECT_FALSE(uci->option_is_true("NoSuchOption"));
+  EXPECT_FALSE(uci->option_set("NoSuchOption", "1"));
+  EXPECT_FALSE(uci->option_set("hash", "1"));  // names are case-sensitive
+  EXPECT_EQ(uci->option_value("NoSuchOption"), nullptr);
 }
 
-TEST(UciOptions, LongValuesAreCut) {
-  options_reset();
+TEST_F(UciSide, LongOptionValuesAreCut) {
   const std::string v(1000, 'v');
-  ASSERT_TRUE(option_set("BookFile", v.c_str()));
-  EXPECT_EQ(std::string(option_value("BookFile")), std::string(255, 'v'));
-  options_reset();
+  ASSERT_TRUE(uci->option_set("BookFile", v.c_str()));
+  EXPECT_EQ(std::string(uci->option_value("BookFile")), std::string(255, 'v'));
 }
 
-TEST_F(Uci, SetOptionNameAndValue) {
+TEST_F(UciSide, SetOptionNameAndValue) {
   EXPECT_EQ(run("setoption name Hash value 64"), "");
-  EXPECT_STREQ(option_value("Hash"), "64");
+  EXPECT_STREQ(uci->option_value("Hash"), "64");
   run("setoption name Ponder value true");
-  EXPECT_TRUE(option_is_true("Ponder"));
+  EXPECT_TRUE(uci->option_is_true("Ponder"));
   run("setoption name BookFile value my book.bin");
-  EXPECT_STREQ(option_value("BookFile"), "my book.bin");
+  EXPECT_STREQ(uci->option_value("BookFile"), "my book.bin");
 }
 
-TEST_F(Uci, SetOptionNeedsNameBeforeValue) {
+TEST_F(UciSide, SetOptionNeedsNameBeforeValue) {
   run("setoption name Hash");  // no value: buttons cannot be set
-  EXPECT_STREQ(option_value("Hash"), "32");
+  EXPECT_STREQ(uci->option_value("Hash"), "32");
   run("setoption value 64 name Hash");
-  EXPECT_STREQ(option_value("Hash"), "32");
+  EXPECT_STREQ(uci->option_value("Hash"), "32");
   run("setoption Hash value 64");
-  EXPECT_STREQ(option_value("Hash"), "32");
+  EXPECT_STREQ(uci->option_value("Hash"), "32");
   run("setoption name Hash  value 64");  // the name would be "Hash "
-  EXPECT_STREQ(option_value("Hash"), "32");
+  EXPECT_STREQ(uci->option_value("Hash"), "32");
   run("setoption name Hash value");  // "value" without its blank
-  EXPECT_STREQ(option_value("Hash"), "32");
+  EXPECT_STREQ(uci->option_value("Hash"), "32");
   EXPECT_EQ(run("setoption name Unknown value 1"), "");
   EXPECT_EQ(run("setoption name value 1"), "");
   EXPECT_EQ(run("setoption"), "");
   run("setoption name Hash value ");
-  EXPECT_STREQ(option_value("Hash"), "");
+  EXPECT_STREQ(uci->option_value("Hash"), "");
 }
 
-TEST_F(Uci, SetOptionIsMatchedByPrefix) {
+TEST_F(UciSide, SetOptionIsMatchedByPrefix) {
   run("setoptionXname Hash value 48");
-  EXPECT_STREQ(option_value("Hash"), "48");
+  EXPECT_STREQ(uci->option_value("Hash"), "48");
   run("setoptio name Hash value 16");
-  EXPECT_STREQ(option_value("Hash"), "48");
+  EXPECT_STREQ(uci->option_value("Hash"), "48");
 }
 
-TEST_F(Uci, SetOptionWithHugeValue) {
+TEST_F(UciSide, SetOptionWithHugeValue) {
   run("setoption name BookFile value " + std::string(70000, 'b'));
-  EXPECT_EQ(std::string(option_value("BookFile")), std::string(255, 'b'));
+  EXPECT_EQ(std::string(uci->option_value("BookFile")), std::string(255, 'b'));
+}
+
+// --- the once-only set-up -------------------------------------------------------
+
+namespace {
+
+class UciSetUp : public orvo::test::UciFixture {
+ protected:
+  // A settings file naming an empty book and a directory without bitbases.
+  void write_settings() {
+    std::ofstream(dir_ + "/book.bin");
+    std::ofstream(dir_ + "/Orvo214.ini") << "hash_size=256\negbb_path=" << dir_ << "/\nbook_path=" << dir_
+                                         << "/book.bin\n";
+  }
+  std::string setup_lines() {
+    return "egbb: " + dir_ + "/\nopening database: " + dir_ +
+           "/book.bin\nOpening database: 0 moves\nEgbbProbe not Loaded!\nEgbbProbe not Loaded!\n";
+  }
+  // Entries of the primary table of a table of this many megabytes.
+  static u32 primary_entries(int megabytes) {
+    hash h;
+    h.resize(megabytes);
+    return h.primary_count;
+  }
+};
+
+}  // namespace
+
+TEST_F(UciSetUp, FirstIsReadySetsTheEngineUpInOrder) {
+  write_settings();
+  EXPECT_FALSE(uci->engine_ready());
+  EXPECT_EQ(run("isready"), setup_lines() + "readyok\n");
+  EXPECT_TRUE(uci->engine_ready());
+  EXPECT_EQ(uci->book_on, 1);
+  // The table comes from "Hash" (32), not from the settings file's 256.
+  EXPECT_EQ(engine->core.tt.primary_count, primary_entries(32));
+  EXPECT_EQ(run("isready"), "readyok\n");
+}
+
+TEST_F(UciSetUp, FirstGoSetsTheEngineUp) {
+  write_settings();
+  const std::string out = run("go depth 1");
+  EXPECT_EQ(out.rfind(setup_lines(), 0), 0u) << out;
+  EXPECT_TRUE(uci->engine_ready());
+  EXPECT_EQ(last_line(out).rfind("bestmove ", 0), 0u);
+}
+
+TEST_F(UciSetUp, HashOptionCountsOnlyBeforeTheSetUp) {
+  write_settings();
+  run("setoption name Hash value 64");
+  run("isready");
+  EXPECT_EQ(engine->core.tt.primary_count, primary_entries(64));
+  run("setoption name Hash value 16");
+  run("isready");
+  EXPECT_EQ(engine->core.tt.primary_count, primary_entries(64));
+}
+
+TEST_F(UciSetUp, PositionBeforeTheSetUpIsLost) {
+  write_settings();
+  run("position startpos moves e2e4");
+  EXPECT_EQ(pos().hist_ply, 1);
+  run("isready");
+  board start;
+  set_position(start, start_fen);
+  EXPECT_TRUE(pos() == start);
+  run("position startpos moves e2e4");
+  run("isready");
+  EXPECT_EQ(pos().hist_ply, 1);
+}
+
+TEST_F(UciSetUp, NewGameWaitsForTheSetUp) {
+  write_settings();
+  Book& book = engine->core.book;
+  Move m;
+  MoveList none{};
+  book.probe(pos(), "", none.moves, 0, m);  // a failed probe
+  EXPECT_EQ(run("ucinewgame"), "");
+  EXPECT_EQ(book.failures(), 1u);
+  run("isready");
+  // The table holds something from a search; "ucinewgame" empties it.
+  run("go depth 3");
+  u64 used = 0;
+  for (u32 i = 0; i < engine->core.tt.primary_count; ++i) used += engine->core.tt.primary[i].key != 0;
+  EXPECT_GT(used, 0u);
+  book.probe(pos(), "", none.moves, 0, m);
+  EXPECT_EQ(run("ucinewgame"), "");
+  EXPECT_EQ(book.failures(), 0u);
+  for (u32 i = 0; i < engine->core.tt.primary_count; ++i) ASSERT_EQ(engine->core.tt.primary[i].key, 0u);
+}
+
+TEST_F(UciSetUp, IsReadyWhileAMoveIsOwedDoesNotSetUp) {
+  uci->bestmove_owed = 1;
+  EXPECT_EQ(run("isready"), "readyok\n");
+  EXPECT_FALSE(uci->engine_ready());
+  uci->bestmove_owed = 0;
+  uci->searching = 1;
+  EXPECT_EQ(run("isready"), "readyok\n");
+  EXPECT_FALSE(uci->engine_ready());
+}
+
+TEST_F(UciSetUp, WithoutSettingsFileTheBookAndBitbasesStayOff) {
+  EXPECT_EQ(run("isready"), "error opening database: " + std::string(38, ' ') +
+                                "\nEgbbProbe not Loaded!\nEgbbProbe not Loaded!\nreadyok\n");
+  EXPECT_EQ(uci->book_on, 0);
+  EXPECT_EQ(mem->err, "\"Orvo214.ini\" not found.\n\n");
 }
 
 // --- plain commands --------------------------------------------------------
 
-TEST_F(Uci, IsReadyAnswersReadyOk) {
+TEST_F(UciSide, IsReadyAnswersReadyOk) {
+  set_up();
   EXPECT_EQ(run("isready"), "readyok\n");
-  EXPECT_EQ(fake::calls.tt_resize, 0);  // the set-up runs once only
 }
 
-TEST_F(Uci, UnknownAndNearMissCommandsAreIgnored) {
-  for (const char* line : {"uci", "debug on", "register later", "", " isready", "isready ",
-                           "readyok", "Stop", "quit now", "ponderhit ", "xboard", "stopp",
-                           "ucinewgame now"}) {
+TEST_F(UciSide, UnknownAndNearMissCommandsAreIgnored) {
+  set_up();
+  for (const char* line : {"uci", "debug on", "register later", "", " isready", "isready ", "readyok", "Stop",
+                           "quit now", "ponderhit ", "xboard", "stopp", "ucinewgame now"}) {
     EXPECT_EQ(run(line), "") << line;
   }
-  EXPECT_EQ(fake::calls.think, 0);
-  EXPECT_EQ(fake::calls.tt_clear, 0);
+  EXPECT_FALSE(uci->quitting);
 }
 
-TEST_F(Uci, QuitEndsTheProcess) {
-  EXPECT_EXIT(run("quit"), testing::ExitedWithCode(0), "");
+TEST_F(UciSide, QuitEndsTheLoop) {
+  set_up();
+  EXPECT_EQ(run("quit"), "");
+  EXPECT_TRUE(uci->quitting);
+  EXPECT_EQ(uci->exit_status, 0);
 }
 
-TEST_F(Uci, QuitEndsTheProcessAlsoDuringASearch) {
-  fake::script.during_think = [](chess&) { feed("quit"); };
-  EXPECT_EXIT(run("go infinite"), testing::ExitedWithCode(0), "");
+TEST_F(UciSide, TheLoopRunsUntilQuitOrTheEndOfInput) {
+  queue("isready\nquit\nisready\n");
+  const LoopEnd end = uci->run();
+  EXPECT_EQ(end.status, 0);
+  EXPECT_EQ(last_line(mem->out), "readyok");  // the line after "quit" is not read
+  EXPECT_EQ(mem->out.find("readyok"), mem->out.rfind("readyok"));
 }
 
-TEST_F(Uci, NewGameClearsTableAndBookFailures) {
-  c->book_failures = 3;
+TEST_F(UciSide, QuitDuringASearchGivesItUpWithoutAMove) {
+  set_up();
+  search().set_poll_interval(1);
+  queue("quit\n");
+  const std::string out = run("go infinite");
+  EXPECT_TRUE(uci->quitting);
+  EXPECT_TRUE(search().state.abandoned);
+  EXPECT_EQ(out.find("bestmove"), std::string::npos) << out;
+  EXPECT_EQ(uci->bestmove_owed, 0);
+}
+
+TEST_F(UciSide, EndOfInputDuringASearchGivesItUp) {
+  set_up();
+  mem->hold_open(false);
+  search().set_poll_interval(1);
+  for (const char* go : {"go infinite", "go ponder wtime 60000 btime 60000", "go"}) {
+    uci->quitting = false;
+    const std::string out = run(go);
+    EXPECT_TRUE(uci->quitting) << go;
+    EXPECT_EQ(uci->exit_status, 0);
+    EXPECT_EQ(out.find("bestmove"), std::string::npos) << out;
+  }
+}
+
+TEST_F(UciSide, NewGameClearsTableAndBookFailures) {
+  set_up();
+  Move m;
+  MoveList none{};
+  engine->core.book.probe(pos(), "", none.moves, 0, m);
+  ASSERT_EQ(engine->core.book.failures(), 1u);
   EXPECT_EQ(run("ucinewgame"), "");
-  EXPECT_EQ(fake::calls.tt_clear, 1);
-  EXPECT_EQ(c->book_failures, 0u);
+  EXPECT_EQ(engine->core.book.failures(), 0u);
 }
 
 // --- go and the flags around the search ------------------------------------
 
-TEST_F(Uci, GoSearchesAndSendsTheMove) {
-  fake::script.best = encode_move(E2, E4, 0, 0, PAWN);
-  fake::script.reply = encode_move(E7, E5, 0, 0, PAWN);
-  fake::script.elapsed = 1.2346;
-  fake::script.nodes = 5000;
-  fake::script.nps = 4050.2;
-  EXPECT_EQ(run("go depth 3"),
-            "info time 1235 nodes 5000 nps 4050 cpuload 0\nbestmove e2e4 ponder e7e5\n");
-  EXPECT_EQ(fake::calls.think, 1);
-  EXPECT_EQ(fake::calls.searching, 1);
-  EXPECT_EQ(fake::calls.ponder_search, 0);
-  EXPECT_EQ(fake::calls.bestmove_owed, 0);
-  EXPECT_TRUE(fake::calls.limits_at_think.fixedDepth);
-  EXPECT_EQ(fake::calls.limits_at_think.depthLimit, 3);
-  EXPECT_EQ(c->searching, 0);
-  EXPECT_EQ(c->force_mode, 0);
+TEST_F(UciSide, GoSearchesAndSendsTheMove) {
+  set_up();
+  const std::string out = run("go depth 3");
+  EXPECT_TRUE(is_final_info(line_before_last(out))) << out;
+  const std::string last = last_line(out);
+  std::smatch m;
+  std::regex_match(last, m, std::regex("bestmove ([a-h][1-8][a-h][1-8]) ponder ([a-h][1-8][a-h][1-8])"));
+  ASSERT_EQ(m.size(), 3u) << last_line(out);
+  EXPECT_TRUE(legal_text(pos(), m[1].str()));
+  EXPECT_TRUE(limits().fixed_depth);
+  EXPECT_EQ(limits().depth_limit, 3);
+  EXPECT_EQ(search().state.best_depth, 3);
+  EXPECT_EQ(uci->searching, 0);
+  EXPECT_EQ(uci->bestmove_owed, 0);
+  // The iterations and best moves were reported on the way.
+  EXPECT_NE(out.find("info depth 1 seldepth "), std::string::npos);
+  EXPECT_NE(out.find("info depth 3 seldepth "), std::string::npos);
+  EXPECT_EQ(out.find("info depth 4 "), std::string::npos);
 }
 
-TEST_F(Uci, BestMoveWithoutReplyAndWithoutMove) {
-  fake::script.best = encode_move(E7, E8, 0, KNIGHT, PAWN);
-  EXPECT_EQ(run("go depth 1"), "info time 0 nodes 0 nps 0 cpuload 0\nbestmove e7e8n\n");
-  fake::script.best = 0;  // mate or stalemate at the root
-  EXPECT_EQ(run("go depth 1"), "info time 0 nodes 0 nps 0 cpuload 0\nbestmove a8a8\n");
+TEST_F(UciSide, BestMoveWithoutReplyAndWithoutMove) {
+  set_up();
+  // Mate in one: the principal variation ends there, with no reply to
+  // ponder on.
+  run("position fen 6k1/5ppp/8/8/8/8/8/3R2K1 w - - 0 1");
+  EXPECT_EQ(last_line(run("go depth 1")), "bestmove d1d8");
+  // Mate or stalemate at the root: the empty move.
+  run("position fen 7k/5Q2/6K1/8/8/8/8/8 b - - 0 1");
+  const std::string out = run("go depth 1");
+  EXPECT_EQ(out, "info time 0 nodes 0 nps 0 cpuload 0\nbestmove a8a8\n");
 }
 
-TEST_F(Uci, GoIsMatchedByItsFirstTwoCharacters) {
-  run("gone");
-  EXPECT_EQ(fake::calls.think, 1);
-  run("g");
-  EXPECT_EQ(fake::calls.think, 1);
+TEST_F(UciSide, GoIsMatchedByItsFirstTwoCharacters) {
+  set_up();
+  EXPECT_EQ(last_line(run("gone depth 1")).rfind("bestmove ", 0), 0u);  // "gone": "go" with "ne"
+  EXPECT_EQ(run("g"), "");
 }
 
-TEST_F(Uci, GoInfiniteHoldsTheMoveUntilStop) {
-  fake::script.best = encode_move(D2, D4, 0, 0, PAWN);
-  EXPECT_EQ(run("go infinite"), "");
-  EXPECT_EQ(fake::calls.ponder_search, 1);
-  EXPECT_TRUE(fake::calls.limits_at_think.infinite);
-  EXPECT_EQ(c->force_mode, 1);  // the move is owed
-  EXPECT_EQ(c->searching, 0);
+TEST_F(UciSide, GoInfiniteHoldsTheMoveUntilStop) {
+  set_up();
+  // A search that ends by itself: the side to move is mated.
+  run("position fen 7k/6Q1/6K1/8/8/8/8/8 b - - 0 1");
+  const std::string out = run("go infinite");
+  EXPECT_EQ(out.find("bestmove"), std::string::npos);
+  EXPECT_TRUE(limits().infinite);
+  EXPECT_EQ(uci->bestmove_owed, 1);  // the move is owed
+  EXPECT_EQ(uci->searching, 0);
   // While the move is owed, commands that would change the game wait.
-  run("go depth 1");
-  EXPECT_EQ(fake::calls.think, 1);
+  EXPECT_EQ(run("go depth 1"), "");
   const std::string before = fen();
   run("position startpos moves e2e4");
   EXPECT_EQ(fen(), before);
   run("setoption name Hash value 1");
-  EXPECT_STREQ(option_value("Hash"), "32");
-  run("ucinewgame");
-  EXPECT_EQ(fake::calls.tt_clear, 0);
+  EXPECT_STREQ(uci->option_value("Hash"), "32");
   EXPECT_EQ(run("isready"), "readyok\n");
-  EXPECT_EQ(run("stop"), "info time 0 nodes 0 nps 0 cpuload 0\nbestmove d2d4\n");
-  EXPECT_EQ(c->force_mode, 0);
+  const std::string stop = run("stop");
+  EXPECT_TRUE(is_final_info(line_before_last(stop))) << stop;
+  EXPECT_EQ(last_line(stop), "bestmove a8a8");
+  EXPECT_EQ(uci->bestmove_owed, 0);
   EXPECT_EQ(run("stop"), "");
   EXPECT_EQ(run("ponderhit"), "");
 }
 
-TEST_F(Uci, GoPonderThenPonderHitAfterTheSearchEnded) {
-  fake::script.best = encode_move(G1, F3, 0, 0, KNIGHT);
-  EXPECT_EQ(run("go ponder wtime 1000 btime 1000"), "");
-  EXPECT_TRUE(fake::calls.limits_at_think.infinite);
-  EXPECT_TRUE(fake::calls.limits_at_think.timed);
-  EXPECT_EQ(run("ponderhit"), "info time 0 nodes 0 nps 0 cpuload 0\nbestmove g1f3\n");
-  EXPECT_EQ(c->force_mode, 0);
+TEST_F(UciSide, GoPonderThenPonderHitAfterTheSearchEnded) {
+  set_up();
+  run("position fen 7k/6Q1/6K1/8/8/8/8/8 b - - 0 1");
+  EXPECT_EQ(run("go ponder wtime 1000 btime 1000").find("bestmove"), std::string::npos);
+  EXPECT_TRUE(limits().infinite);
+  EXPECT_TRUE(limits().timed);
+  EXPECT_EQ(last_line(run("ponderhit")), "bestmove a8a8");
+  EXPECT_EQ(uci->bestmove_owed, 0);
 }
 
-TEST_F(Uci, PonderHitDuringTheSearchTurnsItIntoATimedSearch) {
-  fake::script.best = encode_move(G1, F3, 0, 0, KNIGHT);
-  fake::script.during_think = [](chess& c) {
-    feed("ponderhit");
-    EXPECT_FALSE(limits.infinite);
-    EXPECT_TRUE(limits.timed);
-    EXPECT_EQ(c.ponder_search, 0);
-  };
-  EXPECT_EQ(run("go ponder wtime 1000 btime 1000"),
-            "info time 0 nodes 0 nps 0 cpuload 0\nbestmove g1f3\n");
-  EXPECT_EQ(c->force_mode, 0);
+TEST_F(UciSide, PonderHitDuringTheSearchTurnsItIntoATimedSearch) {
+  set_up();
+  search().set_poll_interval(1);
+  queue("ponderhit\n");
+  const std::string out = run("go ponder wtime 1000 btime 1000");
+  EXPECT_FALSE(limits().infinite);
+  EXPECT_TRUE(limits().timed);
+  EXPECT_EQ(uci->ponder_search, 0);
+  EXPECT_EQ(last_line(out).rfind("bestmove ", 0), 0u) << out;
+  EXPECT_EQ(uci->bestmove_owed, 0);
 }
 
-TEST_F(Uci, StopDuringTheSearchSendsTheMoveWhenItUnwinds) {
-  fake::script.best = encode_move(B1, C3, 0, 0, KNIGHT);
-  fake::script.during_think = [](chess& c) {
-    feed("stop");
-    EXPECT_TRUE(state.stop_command);
-    EXPECT_EQ(c.ponder_search, 0);
-  };
-  EXPECT_EQ(run("go infinite"), "info time 0 nodes 0 nps 0 cpuload 0\nbestmove b1c3\n");
-  EXPECT_EQ(c->force_mode, 0);
+TEST_F(UciSide, StopDuringTheSearchSendsTheMoveWhenItUnwinds) {
+  set_up();
+  search().set_poll_interval(1);
+  queue("stop\n");
+  const std::string out = run("go infinite");
+  EXPECT_TRUE(search().state.stop_command);
+  EXPECT_EQ(uci->ponder_search, 0);
+  EXPECT_EQ(last_line(out).rfind("bestmove ", 0), 0u) << out;
+  // The first iteration always completes.
+  EXPECT_GE(search().state.best_depth, 1);
+  EXPECT_EQ(uci->bestmove_owed, 0);
 }
 
-TEST_F(Uci, CommandsDuringTheSearch) {
-  fake::script.best = encode_move(B1, C3, 0, 0, KNIGHT);
-  fake::script.during_think = [](chess& c) {
-    testing::internal::GetCapturedStdout();  // what came before: nothing
-    testing::internal::CaptureStdout();
-    feed("isready");
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "readyok\n");
-    testing::internal::CaptureStdout();
-    const std::string before = [&] {
-      char t[128];
-      write_fen(c.pos, t);
-      return std::string(t);
-    }();
-    feed("position startpos moves e2e4");
-    feed("go depth 1");
-    feed("setoption name Hash value 2");
-    feed("ucinewgame");
-    feed("nonsense");
-    char t[128];
-    write_fen(c.pos, t);
-    EXPECT_EQ(before, t);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-    testing::internal::CaptureStdout();
-  };
-  run("go depth 5");
-  EXPECT_EQ(fake::calls.think, 1);
-  EXPECT_EQ(fake::calls.tt_clear, 0);
-  EXPECT_STREQ(option_value("Hash"), "32");
+TEST_F(UciSide, CommandsDuringTheSearch) {
+  set_up();
+  search().set_poll_interval(1);
+  const std::string before = fen();
+  queue("isready\nposition startpos moves e2e4\ngo depth 1\nsetoption name Hash value 2\nucinewgame\nnonsense\n");
+  const std::string out = run("go depth 5");
+  // One search, one move; the readiness question answered during it.
+  EXPECT_EQ(out.find("bestmove"), out.rfind("bestmove"));
+  EXPECT_NE(out.find("readyok\n"), std::string::npos);
+  EXPECT_LT(out.find("readyok\n"), out.find("bestmove"));
+  EXPECT_EQ(search().state.best_depth, 5);
+  EXPECT_EQ(fen(), before);
+  EXPECT_STREQ(uci->option_value("Hash"), "32");
 }
 
-TEST_F(Uci, PollHookObeysOneLineAndNeverAbandons) {
-  // The hook reads from standard input; here a file with "stop" on it.
-  EXPECT_EXIT(
-      {
-        char name[] = "/tmp/orvo_uci_in_XXXXXX";
-        const int fd = mkstemp(name);
-        (void)!write(fd, "stop\nisready\n", 13);
-        lseek(fd, 0, SEEK_SET);
-        dup2(fd, 0);
-        unlink(name);
-        c->searching = 1;
-        state.stop_command = false;
-        const bool abandon = c->poll_input(*c);
-        std::exit(!abandon && state.stop_command && c->ponder_search == 0 ? 3 : 4);
-      },
-      testing::ExitedWithCode(3), "");
+TEST_F(UciSide, KeepSearchingObeysTheWaitingLinesAndNeverGivesUp) {
+  set_up();
+  queue("stop\nisready\n");
+  uci->searching = 1;
+  search().state.stop_command = false;
+  EXPECT_TRUE(uci->keep_searching(search()));
+  EXPECT_TRUE(search().state.stop_command);
+  EXPECT_EQ(uci->ponder_search, 0);
+  // After "stop" the rest waits for the loop.
+  EXPECT_EQ(mem->out, "");
+  uci->searching = 0;
 }
 
 // --- reading lines ------------------------------------------------------------
 
 namespace {
 
-// Runs the line handler n times over a file given as standard input.
-[[noreturn]] void handle_lines_from(chess& c, const std::string& text, int n) {
-  char name[] = "/tmp/orvo_uci_in_XXXXXX";
-  const int fd = mkstemp(name);
-  size_t done = 0;
-  while (done < text.size()) {
-    const ssize_t w = write(fd, text.data() + done, text.size() - done);
-    if (w <= 0) break;
-    done += size_t(w);
+// A front end whose pipe fails.
+class BrokenChannel final : public Channel {
+ public:
+  void write_out(const char* text, std::size_t n) override { out.append(text, n); }
+  void write_err(const char* text, std::size_t n) override { err.append(text, n); }
+  std::string out, err;
+
+ protected:
+  long read_raw(char*, std::size_t) override {
+    errno = EBADF;
+    return -1;
   }
-  lseek(fd, 0, SEEK_SET);
-  dup2(fd, 0);
-  unlink(name);
-  for (int i = 0; i < n; ++i) uci_handle_line(c);
-  std::exit(5);
-}
+  int ready_raw() override { return 1; }
+};
 
 }  // namespace
 
-TEST_F(Uci, EndOfInputEndsTheProcessWithStatus0) {
-  EXPECT_EXIT(handle_lines_from(*c, "", 1), testing::ExitedWithCode(0), "");
-  EXPECT_EXIT(handle_lines_from(*c, "isready\n", 2), testing::ExitedWithCode(0), "");
+TEST_F(UciSide, EndOfInputEndsTheLoopWithStatus0) {
+  mem->hold_open(false);
+  uci->handle_line();
+  EXPECT_TRUE(uci->quitting);
+  EXPECT_EQ(uci->exit_status, 0);
+  EXPECT_EQ(mem->out, "");
 }
 
-TEST_F(Uci, ReadErrorIsFatal) {
-  EXPECT_EXIT(
-      {
-        const int fd = open("/dev/null", O_WRONLY);
-        dup2(fd, 0);
-        uci_handle_line(*c);
-      },
-      testing::ExitedWithCode(1), "^my_file_read_line\\(\\): fgets\\(\\): Bad file descriptor\n$");
+TEST_F(UciSide, ReadErrorEndsTheLoopWithItsMessageAndStatus1) {
+  BrokenChannel broken;
+  ChannelScope scope(broken);
+  uci->handle_line();
+  EXPECT_TRUE(uci->quitting);
+  EXPECT_EQ(uci->exit_status, 1);
+  EXPECT_EQ(broken.err, "my_file_read_line(): fgets(): Bad file descriptor\n");
+  EXPECT_EQ(broken.out, "");
 }
 
-namespace {
-
-// In a child process: runs the line handler n times over the text given as
-// standard input, then exits with 6 when the output was as expected, else 7.
-[[noreturn]] void expect_output(chess& c, const std::string& text, int n,
-                                const std::string& expected) {
-  testing::internal::CaptureStdout();
-  char name[] = "/tmp/orvo_uci_in_XXXXXX";
-  const int fd = mkstemp(name);
-  size_t done = 0;
-  while (done < text.size()) {
-    const ssize_t w = write(fd, text.data() + done, text.size() - done);
-    if (w <= 0) break;
-    done += size_t(w);
-  }
-  lseek(fd, 0, SEEK_SET);
-  dup2(fd, 0);
-  unlink(name);
-  for (int i = 0; i < n; ++i) uci_handle_line(c);
-  const std::string out = testing::internal::GetCapturedStdout();
-  if (out != expected) std::fprintf(stderr, "output: [%s]\n", out.c_str());
-  std::exit(out == expected ? 6 : 7);
-}
-
-}  // namespace
-
-TEST_F(Uci, LinesAreCutAtTheNewline) {
+TEST_F(UciSide, LinesAreCutAtTheNewline) {
+  set_up();
   // The last line comes without a newline.
-  EXPECT_EXIT(expect_output(*c, "isready\nisready", 2, "readyok\nreadyok\n"),
-              testing::ExitedWithCode(6), "");
-  EXPECT_EXIT(expect_output(*c, "isready\r\n", 1, ""), testing::ExitedWithCode(6), "");
+  queue("isready\nisready");
+  uci->handle_line();
+  uci->handle_line();
+  EXPECT_EQ(mem->out, "readyok\nreadyok\n");
+  forget_output();
+  queue("isready\r\n");
+  uci->handle_line();
+  EXPECT_EQ(mem->out, "");
 }
 
-TEST_F(Uci, VeryLongLinesArriveInPieces) {
+TEST_F(UciSide, VeryLongLinesArriveInPieces) {
+  set_up();
   // 70,000 characters: the first 65,535 form one line, the rest another;
   // neither is a command. Then "isready" is answered.
-  EXPECT_EXIT(expect_output(*c, std::string(70000, 'x') + "\nisready\n", 3, "readyok\n"),
-              testing::ExitedWithCode(6), "");
+  queue(std::string(70000, 'x') + "\nisready\n");
+  for (int i = 0; i < 3; ++i) uci->handle_line();
+  EXPECT_EQ(mem->out, "readyok\n");
+  forget_output();
   // A "go" line cut by the limit: what is left over arrives as a line of
-  // its own and is ignored.
-  fake::script.best = encode_move(E2, E4, 0, 0, PAWN);
-  EXPECT_EXIT(expect_output(*c, "go depth 1" + std::string(65525, ' ') + "stop\n", 2,
-                            "info time 0 nodes 0 nps 0 cpuload 0\nbestmove e2e4\n"),
-              testing::ExitedWithCode(6), "");
+  // its own and is ignored (the search is over by then).
+  queue("go depth 1" + std::string(65525, ' ') + "stop\n");
+  uci->handle_line();
+  uci->handle_line();
+  EXPECT_EQ(last_line(mem->out).rfind("bestmove ", 0), 0u);
 }
 
 // --- position -------------------------------------------------------------------
 
-TEST_F(Uci, PositionStartposWithMoves) {
+TEST_F(UciSide, PositionStartposWithMoves) {
   run("position startpos moves e2e4");
   EXPECT_EQ(fen(), "rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq - 0 1");
-  EXPECT_EQ(c->pos.hist_ply, 1);
+  EXPECT_EQ(pos().hist_ply, 1);
   run("position startpos moves e2e4 e7e5 g1f3");
-  EXPECT_EQ(c->pos.hist_ply, 3);
-  EXPECT_EQ(c->pos.piece[F3], KNIGHT);
+  EXPECT_EQ(pos().hist_ply, 3);
+  EXPECT_EQ(pos().piece[F3], KNIGHT);
   run("position startpos");
   EXPECT_EQ(fen(), "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1");
 }
 
-TEST_F(Uci, PositionMovesWithoutStartposPlaysFromTheStart) {
+TEST_F(UciSide, PositionMovesWithoutStartposPlaysFromTheStart) {
   run("position fen 8/8/8/8/8/8/8/K6k w - - 0 1");
   run("position moves e2e4");
   EXPECT_EQ(fen(), "rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq - 0 1");
 }
 
-TEST_F(Uci, PositionFenWithAndWithoutMoves) {
+TEST_F(UciSide, PositionFenWithAndWithoutMoves) {
   run("position fen r3k2r/8/8/8/8/8/8/R3K2R w KQkq - 0 1");
   EXPECT_EQ(fen(), "r3k2r/8/8/8/8/8/8/R3K2R w KQkq - 0 1");
   run("position fen r3k2r/8/8/8/8/8/8/R3K2R w KQkq - 0 1 moves e1g1 e8c8");
-  EXPECT_EQ(c->pos.piece[G1], KING);
-  EXPECT_EQ(c->pos.piece[F1], ROOK);
-  EXPECT_EQ(c->pos.piece[C8], KING);
-  EXPECT_EQ(c->pos.piece[D8], ROOK);
-  EXPECT_EQ(c->pos.hist_ply, 2);
+  EXPECT_EQ(pos().piece[G1], KING);
+  EXPECT_EQ(pos().piece[F1], ROOK);
+  EXPECT_EQ(pos().piece[C8], KING);
+  EXPECT_EQ(pos().piece[D8], ROOK);
+  EXPECT_EQ(pos().hist_ply, 2);
 }
 
-TEST_F(Uci, PositionSkipsMovesThatCannotBePlayed) {
+TEST_F(UciSide, PositionSkipsMovesThatCannotBePlayed) {
   run("position startpos moves e2e4 zzzz e7e5");
-  EXPECT_EQ(c->pos.hist_ply, 2);
-  EXPECT_EQ(c->pos.piece[E5], PAWN);
+  EXPECT_EQ(pos().hist_ply, 2);
+  EXPECT_EQ(pos().piece[E5], PAWN);
   run("position startpos moves e2e5 zzzz e7e5");
   EXPECT_EQ(fen(), "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1");
   // Blanks between moves may repeat; a trailing blank is harmless.
   run("position startpos moves e2e4   e7e5 ");
-  EXPECT_EQ(c->pos.hist_ply, 2);
+  EXPECT_EQ(pos().hist_ply, 2);
   // The first move starts exactly six characters after "moves": a second
   // blank there becomes part of the first move, which is then refused.
   EXPECT_EQ(run("position startpos moves  e2e4 e7e5"), "play: illegal promotion\n");
-  EXPECT_EQ(c->pos.hist_ply, 0);
+  EXPECT_EQ(pos().hist_ply, 0);
 }
 
-TEST_F(Uci, PositionPromotionAndMoveTokens) {
+TEST_F(UciSide, PositionPromotionAndMoveTokens) {
   run("position fen 8/4P3/8/8/8/8/k7/7K w - - 0 1 moves e7e8n");
-  EXPECT_EQ(c->pos.piece[E8], KNIGHT);
+  EXPECT_EQ(pos().piece[E8], KNIGHT);
   // A move cut short reads into the next one: "e2 e4" is one token whose
   // fifth character is no promotion letter.
   EXPECT_EQ(run("position startpos moves e2 e4"), "play: illegal promotion\n");
-  EXPECT_EQ(c->pos.hist_ply, 0);
+  EXPECT_EQ(pos().hist_ply, 0);
   run("position startpos moves e2e4e7e5");  // "e2e4e" then "7e5"
-  EXPECT_EQ(c->pos.hist_ply, 0);
+  EXPECT_EQ(pos().hist_ply, 0);
 }
 
-TEST_F(Uci, PositionWithBrokenFen) {
+TEST_F(UciSide, PositionWithBrokenFen) {
   run("position fen");
-  EXPECT_EQ(c->pos.occupied, 0u);
+  EXPECT_EQ(pos().occupied, 0u);
   run("position fen moves e2e4");
-  EXPECT_EQ(c->pos.occupied, 0u);
-  EXPECT_EQ(c->pos.hist_ply, 0);
+  EXPECT_EQ(pos().occupied, 0u);
+  EXPECT_EQ(pos().hist_ply, 0);
   run("position fen rnbqkbnr/pppp");
   run("position fen !!garbage!! x y z");
   run("position fen " + std::string(70000, 'p'));
@@ -498,7 +584,7 @@ TEST_F(Uci, PositionWithBrokenFen) {
   EXPECT_EQ(fen(), "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1");
 }
 
-TEST_F(Uci, PositionIsMatchedByPrefix) {
+TEST_F(UciSide, PositionIsMatchedByPrefix) {
   run("position startpos moves e2e4");
   run("positionXYZ");
   EXPECT_EQ(fen(), "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1");
@@ -507,185 +593,245 @@ TEST_F(Uci, PositionIsMatchedByPrefix) {
 }
 
 // Every move is played, however long the game: the history is a ring.
-TEST_F(Uci, PositionWithAVeryLongMoveList) {
+TEST_F(UciSide, PositionWithAVeryLongMoveList) {
   std::string line = "position startpos moves";
   int moves = 0;
   for (; line.size() < 70000; moves += 4) line += " g1f3 g8f6 f3g1 f6g8";
   run(line + " e2e4");
-  EXPECT_EQ(c->pos.hist_ply, moves + 1);
+  EXPECT_EQ(pos().hist_ply, moves + 1);
   EXPECT_EQ(fen().substr(0, 54), "rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq -");
 }
 
 // --- the words of go ------------------------------------------------------------
 
-TEST_F(Uci, GoDepthAndMate) {
-  uci_set_limits(*c, "go depth 7");
-  EXPECT_TRUE(limits.fixedDepth);
-  EXPECT_EQ(limits.depthLimit, 7);
-  EXPECT_FALSE(limits.timed);
-  EXPECT_FALSE(limits.infinite);
-  uci_set_limits(*c, "go mate 3");  // searched to depth 5
-  EXPECT_TRUE(limits.fixedDepth);
-  EXPECT_EQ(limits.depthLimit, 5);
-  uci_set_limits(*c, "go mate 2 depth 9");  // depth wins
-  EXPECT_EQ(limits.depthLimit, 9);
-  uci_set_limits(*c, "go depth 0");
-  EXPECT_TRUE(limits.fixedDepth);
-  EXPECT_EQ(limits.depthLimit, 0);
-  uci_set_limits(*c, "go depth -1");
-  EXPECT_FALSE(limits.fixedDepth);
-  uci_set_limits(*c, "go depth -1 mate 1");
-  EXPECT_TRUE(limits.fixedDepth);
-  EXPECT_EQ(limits.depthLimit, 1);
+namespace {
+
+class UciGo : public orvo::test::UciFixture {
+ protected:
+  bool go(const char* line) { return uci->set_limits(line); }
+  // The limits equal the allocation of this clock.
+  void expect_clock(double time, double inc, int togo, double factor) {
+    const TimeAllocation a = allocate_time(time, inc, togo, factor);
+    EXPECT_TRUE(limits().timed);
+    EXPECT_DOUBLE_EQ(limits().target_time, a.target);
+    EXPECT_DOUBLE_EQ(limits().hard_limit, a.hard);
+  }
+};
+
+}  // namespace
+
+TEST_F(UciGo, DepthAndMate) {
+  go("go depth 7");
+  EXPECT_TRUE(limits().fixed_depth);
+  EXPECT_EQ(limits().depth_limit, 7);
+  EXPECT_FALSE(limits().timed);
+  EXPECT_FALSE(limits().infinite);
+  go("go mate 3");  // searched to depth 5
+  EXPECT_TRUE(limits().fixed_depth);
+  EXPECT_EQ(limits().depth_limit, 5);
+  go("go mate 2 depth 9");  // depth wins
+  EXPECT_EQ(limits().depth_limit, 9);
+  go("go depth 0");
+  EXPECT_TRUE(limits().fixed_depth);
+  EXPECT_EQ(limits().depth_limit, 0);
+  go("go depth -1");
+  EXPECT_FALSE(limits().fixed_depth);
+  go("go depth -1 mate 1");
+  EXPECT_TRUE(limits().fixed_depth);
+  EXPECT_EQ(limits().depth_limit, 1);
 }
 
-TEST_F(Uci, GoStartsFromClearedLimits) {
-  limits.timed = true;
-  limits.infinite = true;
-  limits.fixedDepth = true;
-  uci_set_limits(*c, "go");
-  EXPECT_EQ(fake::calls.reset_search, 1);
-  EXPECT_FALSE(limits.timed);
-  EXPECT_FALSE(limits.infinite);
-  EXPECT_FALSE(limits.fixedDepth);
+TEST_F(UciGo, StartsFromClearedLimits) {
+  limits().timed = true;
+  limits().infinite = true;
+  limits().fixed_depth = true;
+  search().state.best_move = 123;
+  go("go");
+  EXPECT_FALSE(limits().timed);
+  EXPECT_FALSE(limits().infinite);
+  EXPECT_FALSE(limits().fixed_depth);
+  EXPECT_EQ(search().state.best_move, 0u);  // the search was reset
 }
 
-TEST_F(Uci, GoMovetime) {
-  EXPECT_FALSE(uci_set_limits(*c, "go movetime 5000"));
-  EXPECT_TRUE(limits.timed);
-  EXPECT_DOUBLE_EQ(limits.hardLimit, 5.0);
-  EXPECT_DOUBLE_EQ(limits.targetTime, 25.0);
-  EXPECT_EQ(fake::calls.allocate, 0);
+TEST_F(UciGo, Movetime) {
+  EXPECT_FALSE(go("go movetime 5000"));
+  EXPECT_TRUE(limits().timed);
+  EXPECT_DOUBLE_EQ(limits().hard_limit, 5.0);
+  EXPECT_DOUBLE_EQ(limits().target_time, 25.0);
   // Movetime wins over the clock.
-  uci_set_limits(*c, "go wtime 60000 btime 60000 movetime 1000");
-  EXPECT_DOUBLE_EQ(limits.hardLimit, 1.0);
-  EXPECT_DOUBLE_EQ(limits.targetTime, 5.0);
-  EXPECT_EQ(fake::calls.allocate, 0);
-  uci_set_limits(*c, "go movetime 0");
-  EXPECT_TRUE(limits.timed);
-  EXPECT_DOUBLE_EQ(limits.hardLimit, 0.0);
+  go("go wtime 60000 btime 60000 movetime 1000");
+  EXPECT_DOUBLE_EQ(limits().hard_limit, 1.0);
+  EXPECT_DOUBLE_EQ(limits().target_time, 5.0);
+  go("go movetime 0");
+  EXPECT_TRUE(limits().timed);
+  EXPECT_DOUBLE_EQ(limits().hard_limit, 0.0);
 }
 
-TEST_F(Uci, GoClockOfTheSideToMove) {
-  fake::script.allocation = {1.25, 7.5};
-  uci_set_limits(*c, "go wtime 60000 btime 30000 winc 1000 binc 2000 movestogo 20");
-  EXPECT_EQ(fake::calls.allocate, 1);
-  EXPECT_DOUBLE_EQ(fake::calls.alloc_time, 60.0);
-  EXPECT_DOUBLE_EQ(fake::calls.alloc_inc, 1.0);
-  EXPECT_EQ(fake::calls.alloc_togo, 20);
-  EXPECT_DOUBLE_EQ(fake::calls.alloc_factor, 1.0);
-  EXPECT_TRUE(limits.timed);
-  EXPECT_DOUBLE_EQ(limits.targetTime, 1.25);
-  EXPECT_DOUBLE_EQ(limits.hardLimit, 7.5);
-
+TEST_F(UciGo, ClockOfTheSideToMove) {
+  go("go wtime 60000 btime 30000 winc 1000 binc 2000 movestogo 20");
+  expect_clock(60.0, 1.0, 20, 1.0);
   run("position startpos moves e2e4");
-  uci_set_limits(*c, "go wtime 60000 btime 30000 winc 1000 binc 2000 movestogo 20");
-  EXPECT_DOUBLE_EQ(fake::calls.alloc_time, 30.0);
-  EXPECT_DOUBLE_EQ(fake::calls.alloc_inc, 2.0);
-
+  go("go wtime 60000 btime 30000 winc 1000 binc 2000 movestogo 20");
+  expect_clock(30.0, 2.0, 20, 1.0);
   // Only White's clock given, Black to move: no time limit.
-  uci_set_limits(*c, "go wtime 60000");
-  EXPECT_EQ(fake::calls.allocate, 2);
-  EXPECT_FALSE(limits.timed);
+  go("go wtime 60000");
+  EXPECT_FALSE(limits().timed);
 }
 
-TEST_F(Uci, GoMovesToGoAndIncrementDefaults) {
-  uci_set_limits(*c, "go wtime 60000 btime 60000");
-  EXPECT_EQ(fake::calls.alloc_togo, 30);
-  EXPECT_DOUBLE_EQ(fake::calls.alloc_inc, 0.0);
-  uci_set_limits(*c, "go wtime 60000 movestogo 0");
-  EXPECT_EQ(fake::calls.alloc_togo, 30);
-  uci_set_limits(*c, "go wtime 60000 movestogo -4 winc -500");
-  EXPECT_EQ(fake::calls.alloc_togo, 30);
-  EXPECT_DOUBLE_EQ(fake::calls.alloc_inc, 0.0);
-  uci_set_limits(*c, "go wtime 60000 movestogo 1");
-  EXPECT_EQ(fake::calls.alloc_togo, 1);
-  uci_set_limits(*c, "go wtime 0");  // no time left is still a clock
-  EXPECT_TRUE(limits.timed);
-  EXPECT_DOUBLE_EQ(fake::calls.alloc_time, 0.0);
+TEST_F(UciGo, MovesToGoAndIncrementDefaults) {
+  go("go wtime 60000 btime 60000");
+  expect_clock(60.0, 0.0, 30, 1.0);
+  go("go wtime 60000 movestogo 0");
+  expect_clock(60.0, 0.0, 30, 1.0);
+  go("go wtime 60000 movestogo -4 winc -500");
+  expect_clock(60.0, 0.0, 30, 1.0);
+  go("go wtime 60000 movestogo 1");
+  expect_clock(60.0, 0.0, 1, 1.0);
+  go("go wtime 0");  // no time left is still a clock
+  expect_clock(0.0, 0.0, 30, 1.0);
   // Below zero is an empty clock too (not the absence of one, which would
   // let the search run without any limit).
-  uci_set_limits(*c, "go wtime -1");
-  EXPECT_TRUE(limits.timed);
-  EXPECT_DOUBLE_EQ(fake::calls.alloc_time, 0.0);
+  go("go wtime -1");
+  expect_clock(0.0, 0.0, 30, 1.0);
 }
 
-TEST_F(Uci, GoPonderOptionStretchesTheTime) {
+TEST_F(UciGo, PonderOptionStretchesTheTime) {
   run("setoption name Ponder value true");
-  uci_set_limits(*c, "go wtime 60000 btime 60000");
-  EXPECT_DOUBLE_EQ(fake::calls.alloc_factor, 1.25);
+  go("go wtime 60000 btime 60000");
+  expect_clock(60.0, 0.0, 30, 1.25);
   run("setoption name Ponder value false");
-  uci_set_limits(*c, "go wtime 60000 btime 60000");
-  EXPECT_DOUBLE_EQ(fake::calls.alloc_factor, 1.0);
+  go("go wtime 60000 btime 60000");
+  expect_clock(60.0, 0.0, 30, 1.0);
 }
 
-TEST_F(Uci, GoInfiniteAndPonder) {
-  EXPECT_TRUE(uci_set_limits(*c, "go infinite"));
-  EXPECT_TRUE(limits.infinite);
-  EXPECT_FALSE(limits.timed);
-  EXPECT_TRUE(uci_set_limits(*c, "go ponder wtime 5000 btime 5000"));
-  EXPECT_TRUE(limits.infinite);
-  EXPECT_TRUE(limits.timed);
-  EXPECT_FALSE(uci_set_limits(*c, "go wtime 5000 btime 5000"));
-  EXPECT_FALSE(limits.infinite);
+TEST_F(UciGo, InfiniteAndPonder) {
+  EXPECT_TRUE(go("go infinite"));
+  EXPECT_TRUE(limits().infinite);
+  EXPECT_FALSE(limits().timed);
+  EXPECT_TRUE(go("go ponder wtime 5000 btime 5000"));
+  EXPECT_TRUE(limits().infinite);
+  EXPECT_TRUE(limits().timed);
+  EXPECT_FALSE(go("go wtime 5000 btime 5000"));
+  EXPECT_FALSE(limits().infinite);
 }
 
-TEST_F(Uci, GoWordsAreMatchedByFixedLengthPrefixes) {
-  uci_set_limits(*c, "go depthx 4");
-  EXPECT_EQ(limits.depthLimit, 4);
-  EXPECT_TRUE(uci_set_limits(*c, "go infinitely"));
-  EXPECT_TRUE(uci_set_limits(*c, "go ponderous"));
-  uci_set_limits(*c, "go dep 4");
-  EXPECT_FALSE(limits.fixedDepth);
-  uci_set_limits(*c, "go movestogo 10 movetime 100");
-  EXPECT_DOUBLE_EQ(limits.hardLimit, 0.1);
-  uci_set_limits(*c, "go wtimes 2000 movestogoal 7");
-  EXPECT_DOUBLE_EQ(fake::calls.alloc_time, 2.0);
-  EXPECT_EQ(fake::calls.alloc_togo, 7);
+TEST_F(UciGo, WordsAreMatchedByFixedLengthPrefixes) {
+  go("go depthx 4");
+  EXPECT_EQ(limits().depth_limit, 4);
+  EXPECT_TRUE(go("go infinitely"));
+  EXPECT_TRUE(go("go ponderous"));
+  go("go dep 4");
+  EXPECT_FALSE(limits().fixed_depth);
+  go("go movestogo 10 movetime 100");
+  EXPECT_DOUBLE_EQ(limits().hard_limit, 0.1);
+  go("go wtimes 2000 movestogoal 7");
+  expect_clock(2.0, 0.0, 7, 1.0);
 }
 
-TEST_F(Uci, GoNodesAndSearchMovesChangeNothing) {
-  EXPECT_FALSE(uci_set_limits(*c, "go nodes 1000 searchmoves e2e4 d2d4 depth 2"));
-  EXPECT_TRUE(limits.fixedDepth);
-  EXPECT_EQ(limits.depthLimit, 2);
-  EXPECT_FALSE(limits.timed);
+TEST_F(UciGo, NodesAndSearchMovesChangeNothing) {
+  EXPECT_FALSE(go("go nodes 1000 searchmoves e2e4 d2d4 depth 2"));
+  EXPECT_TRUE(limits().fixed_depth);
+  EXPECT_EQ(limits().depth_limit, 2);
+  EXPECT_FALSE(limits().timed);
   // The value of "nodes" is taken as its value, not as a word.
-  uci_set_limits(*c, "go nodes depth 3");
-  EXPECT_FALSE(limits.fixedDepth);
+  go("go nodes depth 3");
+  EXPECT_FALSE(limits().fixed_depth);
 }
 
-TEST_F(Uci, GoWordsWithoutValues) {
-  for (const char* line : {"go depth", "go mate", "go movetime", "go wtime", "go btime",
-                           "go winc", "go binc", "go movestogo", "go nodes", "go searchmoves",
-                           "go   ", "go depth  "}) {
-    uci_set_limits(*c, line);
-    EXPECT_FALSE(limits.fixedDepth) << line;
-    EXPECT_FALSE(limits.timed) << line;
-    EXPECT_FALSE(limits.infinite) << line;
+TEST_F(UciGo, WordsWithoutValues) {
+  for (const char* line : {"go depth", "go mate", "go movetime", "go wtime", "go btime", "go winc", "go binc",
+                           "go movestogo", "go nodes", "go searchmoves", "go   ", "go depth  "}) {
+    go(line);
+    EXPECT_FALSE(limits().fixed_depth) << line;
+    EXPECT_FALSE(limits().timed) << line;
+    EXPECT_FALSE(limits().infinite) << line;
   }
 }
 
-TEST_F(Uci, GoWithNonNumericValues) {
-  uci_set_limits(*c, "go depth x");  // read as 0
-  EXPECT_TRUE(limits.fixedDepth);
-  EXPECT_EQ(limits.depthLimit, 0);
-  uci_set_limits(*c, "go movetime abc");
-  EXPECT_TRUE(limits.timed);
-  EXPECT_DOUBLE_EQ(limits.hardLimit, 0.0);
+TEST_F(UciGo, NonNumericValues) {
+  go("go depth x");  // read as 0
+  EXPECT_TRUE(limits().fixed_depth);
+  EXPECT_EQ(limits().depth_limit, 0);
+  go("go movetime abc");
+  EXPECT_TRUE(limits().timed);
+  EXPECT_DOUBLE_EQ(limits().hard_limit, 0.0);
 }
 
-TEST_F(Uci, GoWithHugeValuesSaturates) {
-  uci_set_limits(*c, "go depth 99999999999999999999");
-  EXPECT_EQ(limits.depthLimit, INT_MAX);
-  uci_set_limits(*c, "go mate 99999999999");
-  EXPECT_EQ(limits.depthLimit, INT_MAX);
-  uci_set_limits(*c, "go mate 2000000000");
-  EXPECT_EQ(limits.depthLimit, INT_MAX);
-  uci_set_limits(*c, "go depth -99999999999999999999");
-  EXPECT_FALSE(limits.fixedDepth);
-  uci_set_limits(*c, "go wtime 99999999999999 movestogo 99999999999");
-  EXPECT_DOUBLE_EQ(fake::calls.alloc_time, INT_MAX / 1000.0);
-  EXPECT_EQ(fake::calls.alloc_togo, INT_MAX);
-  uci_set_limits(*c, "go movetime 99999999999999");
-  EXPECT_DOUBLE_EQ(limits.hardLimit, INT_MAX / 1000.0);
+TEST_F(UciGo, HugeValuesSaturate) {
+  go("go depth 99999999999999999999");
+  EXPECT_EQ(limits().depth_limit, INT_MAX);
+  go("go mate 99999999999");
+  EXPECT_EQ(limits().depth_limit, INT_MAX);
+  go("go mate 2000000000");
+  EXPECT_EQ(limits().depth_limit, INT_MAX);
+  go("go depth -99999999999999999999");
+  EXPECT_FALSE(limits().fixed_depth);
+  go("go wtime 99999999999999 movestogo 99999999999");
+  expect_clock(INT_MAX / 1000.0, 0.0, INT_MAX, 1.0);
+  go("go movetime 99999999999999");
+  EXPECT_DOUBLE_EQ(limits().hard_limit, INT_MAX / 1000.0);
+}
+
+// --- the lines the search's reports become -----------------------------------
+
+namespace {
+
+class UciLines : public orvo::test::UciFixture {
+ protected:
+  std::string pv_line(int score, int bound) {
+    Search& s = search();
+    s.state.best_score = score;
+    s.state.best_bound = bound;
+    s.state.best_depth = 7;
+    const size_t from = mem->out.size();
+    uci->new_best(s);
+    return mem->out.substr(from);
+  }
+};
+
+}  // namespace
+
+TEST_F(UciLines, ScoresInCentipawnsAndMovesToMate) {
+  Search& s = search();
+  s.pv[0] = encode_move(E2, E4, 0, 0, PAWN);
+  s.pv[1] = 0;
+  s.seldepth = 9;
+  s.nodes = 1234;
+  s.clock.elapsed = 0.5;
+  EXPECT_EQ(pv_line(29991, BOUND_EXACT), "info depth 7 seldepth 9 score mate 5 time 500 nodes 1234 pv e2e4\n");
+  EXPECT_EQ(pv_line(-29990, BOUND_EXACT), "info depth 7 seldepth 9 score mate -5 time 500 nodes 1234 pv e2e4\n");
+  EXPECT_EQ(pv_line(35, BOUND_LOWER), "info depth 7 seldepth 9 score cp 35 lowerbound time 500 nodes 1234 pv e2e4\n");
+  EXPECT_EQ(pv_line(-35, BOUND_UPPER),
+            "info depth 7 seldepth 9 score cp -35 upperbound time 500 nodes 1234 pv e2e4\n");
+  EXPECT_EQ(pv_line(29745, BOUND_LOWER),
+            "info depth 7 seldepth 9 score mate 128 lowerbound time 500 nodes 1234 pv e2e4\n");
+  EXPECT_EQ(pv_line(29744, BOUND_EXACT), "info depth 7 seldepth 9 score cp 29744 time 500 nodes 1234 pv e2e4\n");
+}
+
+TEST_F(UciLines, IterationCurrentMoveAndPeriodicLines) {
+  Search& s = search();
+  s.seldepth = 11;
+  s.nodes = 4321;
+  s.clock.elapsed = 2.0;
+  s.clock.nps = 2160.5;
+  size_t from = mem->out.size();
+  uci->iteration_done(s, 6);
+  EXPECT_EQ(mem->out.substr(from), "info depth 6 seldepth 11 time 2000 nodes 4321\n");
+  // The periodic line: at most once a second of the search.
+  uci->search_started(s);
+  from = mem->out.size();
+  uci->progress(s);
+  uci->progress(s);
+  EXPECT_EQ(mem->out.substr(from), "info time 2000 nodes 4321 nps 2160 cpuload 0\n");
+  // "currmove" names the best move so far, and only after a second.
+  s.state.best_move = encode_move(G1, F3, 0, 0, KNIGHT);
+  s.state.current_move_index = 4;
+  s.clock.running = false;
+  s.clock.accumulated = 0.5;
+  from = mem->out.size();
+  uci->root_move(s);
+  EXPECT_EQ(mem->out.substr(from), "");
+  s.clock.accumulated = 1.5;
+  uci->root_move(s);
+  EXPECT_EQ(mem->out.substr(from), "info currmove g1f3 currmovenumber 5\n");
 }

@@ -5,13 +5,16 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <string>
 
 #include "engine/chess.h"
+#include "io/channel.h"
 #include "position/fen.h"
 #include "protocol/xboard.h"
 #include "protocol/xboard_clock.h"
+#include "protocol/xboard_internal.h"
 #include "search/search.h"
 
 using namespace orvo;
@@ -22,140 +25,154 @@ constexpr double EPS = 1e-9;
 
 class XboardClock : public ::testing::Test {
  protected:
-  void SetUp() override { limits = SearchLimits{}; }
+  SearchLimits limits{};
 };
 
+// The xboard side of a fresh engine in an empty directory, with a front end
+// in memory that has nothing to say (so nothing reaches a running search),
+// after "new".
 class XboardCommands : public ::testing::Test {
  protected:
   void SetUp() override {
-    // Standard input at its end: nothing waits during a search.
-    saved_stdin_ = dup(0);
-    int fds[2];
-    ASSERT_EQ(pipe(fds), 0);
-    dup2(fds[0], 0);
-    close(fds[0]);
-    close(fds[1]);
-    c = std::make_unique<chess>();
-    c->xboard_mode = 1;
+    char templ[] = "/tmp/orvo_xboard_XXXXXX";
+    ASSERT_NE(mkdtemp(templ), nullptr);
+    dir_ = templ;
+    ASSERT_NE(getcwd(old_cwd_, sizeof old_cwd_), nullptr);
+    ASSERT_EQ(chdir(dir_.c_str()), 0);
+    engine = std::make_unique<chess>();
+    mem = std::make_unique<MemoryChannel>();
+    scope_ = std::make_unique<ChannelScope>(*mem);
+    c = std::make_unique<Xboard>(engine->core);
+    c->init();
     run("new");
   }
   void TearDown() override {
-    dup2(saved_stdin_, 0);
-    close(saved_stdin_);
+    c.reset();
+    scope_.reset();
+    EXPECT_EQ(chdir(old_cwd_), 0);
+    std::filesystem::remove_all(dir_);
   }
   // Obeys one line; returns what it printed.
   std::string run(const std::string& line) {
     std::string copy = line;
-    testing::internal::CaptureStdout();
-    xboard_execute(*c, copy.data());
-    return testing::internal::GetCapturedStdout();
+    const size_t from = mem->out.size();
+    c->execute(copy.data());
+    return mem->out.substr(from);
   }
   std::string fen() {
     char text[128];
-    write_fen(c->pos, text);
+    write_fen(c->game.pos, text);
     return text;
   }
-  std::unique_ptr<chess> c;
-  int saved_stdin_ = -1;
+  SearchLimits& limits() { return c->search.limits; }
+
+  std::unique_ptr<chess> engine;
+  std::unique_ptr<MemoryChannel> mem;
+  std::unique_ptr<Xboard> c;
+  std::string dir_;
+
+ private:
+  std::unique_ptr<ChannelScope> scope_;
+  char old_cwd_[4096];
 };
 
 }  // namespace
 
 TEST_F(XboardClock, Level40Base5Time30000AtMoveOne) {
-  xboard_level("40", "5", "0");
-  EXPECT_EQ(limits.movesPerSession, 40);
+  xboard_level(limits, "40", "5", "0");
+  EXPECT_EQ(limits.moves_per_session, 40);
   EXPECT_TRUE(limits.timed);
-  EXPECT_EQ(xboard_time(30000, 0), 1);
+  EXPECT_EQ(xboard_time(limits, 30000, 0), 1);
   // left = 300 x 0.95 - 1 = 284 s, 40 moves to go.
-  EXPECT_NEAR(limits.targetTime, 7.1, EPS);
-  EXPECT_NEAR(limits.hardLimit, 71.0, EPS);
-  EXPECT_FALSE(limits.fixedDepth);
+  EXPECT_NEAR(limits.target_time, 7.1, EPS);
+  EXPECT_NEAR(limits.hard_limit, 71.0, EPS);
+  EXPECT_FALSE(limits.fixed_depth);
 }
 
 TEST_F(XboardClock, LevelZeroMovesMeansThirtyAndTheIncrementIsDividedByAThousand) {
-  xboard_level("0", "2", "12");
-  EXPECT_EQ(limits.movesPerSession, 30);
+  xboard_level(limits, "0", "2", "12");
+  EXPECT_EQ(limits.moves_per_session, 30);
   EXPECT_NEAR(limits.increment, 0.012, EPS);
-  xboard_level("-5", "2", "-3");
-  EXPECT_EQ(limits.movesPerSession, 30);
+  xboard_level(limits, "-5", "2", "-3");
+  EXPECT_EQ(limits.moves_per_session, 30);
   EXPECT_EQ(limits.increment, 0.0);  // floored at 0
 }
 
 TEST_F(XboardClock, MinutesAndSecondsStopTheScanAtTheColon) {
-  xboard_level("0", "0:30", "1");
-  EXPECT_EQ(limits.movesPerSession, 30);
+  xboard_level(limits, "0", "0:30", "1");
+  EXPECT_EQ(limits.moves_per_session, 30);
   EXPECT_EQ(limits.increment, 0.0);  // never read
-  xboard_level("40", "0:20", "0");
-  EXPECT_EQ(limits.movesPerSession, 40);
+  xboard_level(limits, "40", "0:20", "0");
+  EXPECT_EQ(limits.moves_per_session, 40);
 }
 
 TEST_F(XboardClock, GarbageAndMissingArgumentsReadAsZero) {
-  xboard_level("x", "y", "z");
-  EXPECT_EQ(limits.movesPerSession, 30);
+  xboard_level(limits, "x", "y", "z");
+  EXPECT_EQ(limits.moves_per_session, 30);
   EXPECT_EQ(limits.increment, 0.0);
-  xboard_level("", "", "");
-  EXPECT_EQ(limits.movesPerSession, 30);
-  xboard_level("99999999999999999999", "1", "99999999999999999999");
-  EXPECT_GT(limits.movesPerSession, 0);
+  xboard_level(limits, "", "", "");
+  EXPECT_EQ(limits.moves_per_session, 30);
+  xboard_level(limits, "99999999999999999999", "1", "99999999999999999999");
+  EXPECT_GT(limits.moves_per_session, 0);
   EXPECT_TRUE(std::isfinite(limits.increment));
 }
 
 TEST_F(XboardClock, TimeBeforeAnyLevelCountsThirtyMoves) {
-  limits.movesPerSession = 0;
-  xboard_time(6000, 0);  // 60 s: left 56, togo 30
-  EXPECT_NEAR(limits.targetTime, 56.0 / 30.0, EPS);
-  EXPECT_NEAR(limits.hardLimit, 14.0, EPS);
+  limits.moves_per_session = 0;
+  xboard_time(limits, 6000, 0);  // 60 s: left 56, togo 30
+  EXPECT_NEAR(limits.target_time, 56.0 / 30.0, EPS);
+  EXPECT_NEAR(limits.hard_limit, 14.0, EPS);
 }
 
 TEST_F(XboardClock, MovesToGoFollowTheGame) {
-  xboard_level("40", "5", "0");
+  xboard_level(limits, "40", "5", "0");
   // At ply 78, move 40: togo = 40 - 0 + 1 = 41. 100 s: left = 94 s.
-  EXPECT_EQ(xboard_time(10000, 78), 40);
-  EXPECT_NEAR(limits.targetTime, 94.0 / 41.0, EPS);
+  EXPECT_EQ(xboard_time(limits, 10000, 78), 40);
+  EXPECT_NEAR(limits.target_time, 94.0 / 41.0, EPS);
   // At ply 76, move 39: togo = 2.
-  EXPECT_EQ(xboard_time(10000, 76), 39);
-  EXPECT_NEAR(limits.targetTime, 47.0, EPS);
-  EXPECT_NEAR(limits.hardLimit, 47.0, EPS);
+  EXPECT_EQ(xboard_time(limits, 10000, 76), 39);
+  EXPECT_NEAR(limits.target_time, 47.0, EPS);
+  EXPECT_NEAR(limits.hard_limit, 47.0, EPS);
 }
 
 TEST_F(XboardClock, TheIncrementCounts) {
-  xboard_level("0", "1", "2000");  // 2 "seconds" after the division
-  xboard_time(1100, 0);            // left = 11 x 0.95 - 1 = 9.45
+  xboard_level(limits, "0", "1", "2000");  // 2 "seconds" after the division
+  xboard_time(limits, 1100, 0);            // left = 11 x 0.95 - 1 = 9.45
   const double total = 29 * 2.0 + 9.45;
-  EXPECT_NEAR(limits.targetTime, total / 30, EPS);
-  EXPECT_NEAR(limits.hardLimit, 9.45, EPS);  // never beyond what is left
+  EXPECT_NEAR(limits.target_time, total / 30, EPS);
+  EXPECT_NEAR(limits.hard_limit, 9.45, EPS);  // never beyond what is left
 }
 
 TEST_F(XboardClock, AnEmptyClockLeavesNothing) {
-  xboard_level("40", "5", "0");
-  xboard_time(50, 10);  // half a second: below the one-second reserve
-  EXPECT_EQ(limits.targetTime, 0.0);
-  EXPECT_EQ(limits.hardLimit, 0.0);
-  xboard_time(-500, 10);
-  EXPECT_EQ(limits.targetTime, 0.0);
+  xboard_level(limits, "40", "5", "0");
+  xboard_time(limits, 50, 10);  // half a second: below the one-second reserve
+  EXPECT_EQ(limits.target_time, 0.0);
+  EXPECT_EQ(limits.hard_limit, 0.0);
+  xboard_time(limits, -500, 10);
+  EXPECT_EQ(limits.target_time, 0.0);
 }
 
 TEST_F(XboardClock, StSetsOnlyTheHardLimitThatBinds) {
-  xboard_st(10);
+  xboard_st(limits, 10);
   EXPECT_TRUE(limits.timed);
-  EXPECT_EQ(limits.hardLimit, 10.0);
-  EXPECT_EQ(limits.targetTime, 50.0);
+  EXPECT_EQ(limits.hard_limit, 10.0);
+  EXPECT_EQ(limits.target_time, 50.0);
   limits = SearchLimits{};
-  xboard_st(0);
-  xboard_st(-3);
+  xboard_st(limits, 0);
+  xboard_st(limits, -3);
   EXPECT_FALSE(limits.timed);
 }
 
 TEST_F(XboardClock, SdZeroIsALimitAndMinusOneChangesNothing) {
-  xboard_sd(0);
-  EXPECT_TRUE(limits.fixedDepth);
-  EXPECT_EQ(limits.depthLimit, 0);
-  xboard_sd(-1);
-  EXPECT_EQ(limits.depthLimit, 0);
-  xboard_sd(7);
-  EXPECT_EQ(limits.depthLimit, 7);
-  xboard_time(1000, 0);  // a clock replaces the depth limit
-  EXPECT_FALSE(limits.fixedDepth);
+  xboard_sd(limits, 0);
+  EXPECT_TRUE(limits.fixed_depth);
+  EXPECT_EQ(limits.depth_limit, 0);
+  xboard_sd(limits, -1);
+  EXPECT_EQ(limits.depth_limit, 0);
+  xboard_sd(limits, 7);
+  EXPECT_EQ(limits.depth_limit, 7);
+  xboard_time(limits, 1000, 0);  // a clock replaces the depth limit
+  EXPECT_FALSE(limits.fixed_depth);
 }
 
 TEST_F(XboardCommands, NewPutsTheEngineOnBlackAtTheStart) {
@@ -168,7 +185,7 @@ TEST_F(XboardCommands, NewPutsTheEngineOnBlackAtTheStart) {
 TEST_F(XboardCommands, UndoAtTheStartDoesNothingAndKeepsTheSide) {
   run("undo");
   EXPECT_EQ(c->computer_side, BLACK);
-  EXPECT_EQ(c->pos.hist_ply, 0);
+  EXPECT_EQ(c->game.pos.hist_ply, 0);
 }
 
 TEST_F(XboardCommands, ForceAndAMoveOnOneLine) {
@@ -178,7 +195,7 @@ TEST_F(XboardCommands, ForceAndAMoveOnOneLine) {
   EXPECT_EQ(fen(), "rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq - 0 1");
   run("undo");
   EXPECT_EQ(c->computer_side, -1);
-  EXPECT_EQ(c->pos.hist_ply, 0);
+  EXPECT_EQ(c->game.pos.hist_ply, 0);
 }
 
 TEST_F(XboardCommands, MoveTextErrors) {
@@ -189,7 +206,7 @@ TEST_F(XboardCommands, MoveTextErrors) {
   EXPECT_EQ(run("usermove"), "");
   EXPECT_EQ(run("usermove e2"), "");
   EXPECT_EQ(run("usermove e7e5"), "play move failed.\n");  // not Black's turn
-  EXPECT_EQ(c->pos.hist_ply, 0);
+  EXPECT_EQ(c->game.pos.hist_ply, 0);
   EXPECT_EQ(run("usermove e2e4q"), "play move failed.\n");  // no such promotion
   EXPECT_EQ(run("usermove E2E4"), "");
 }
@@ -215,21 +232,21 @@ TEST_F(XboardCommands, LevelAndTimeFromTheLoop) {
   run("level 40 5 0");
   run("time 30000");
   EXPECT_EQ(c->move_number, 1);
-  EXPECT_NEAR(limits.targetTime, 7.1, EPS);
-  EXPECT_NEAR(limits.hardLimit, 71.0, EPS);
+  EXPECT_NEAR(limits().target_time, 7.1, EPS);
+  EXPECT_NEAR(limits().hard_limit, 71.0, EPS);
   run("level 0 2 12 sd 0");
-  EXPECT_EQ(limits.movesPerSession, 30);
-  EXPECT_NEAR(limits.increment, 0.012, EPS);
-  EXPECT_TRUE(limits.fixedDepth);
-  EXPECT_EQ(limits.depthLimit, 0);
+  EXPECT_EQ(limits().moves_per_session, 30);
+  EXPECT_NEAR(limits().increment, 0.012, EPS);
+  EXPECT_TRUE(limits().fixed_depth);
+  EXPECT_EQ(limits().depth_limit, 0);
   run("sd -1");
-  EXPECT_EQ(limits.depthLimit, 0);
+  EXPECT_EQ(limits().depth_limit, 0);
   run("st 10");
-  EXPECT_EQ(limits.hardLimit, 10.0);
-  EXPECT_EQ(limits.targetTime, 50.0);
+  EXPECT_EQ(limits().hard_limit, 10.0);
+  EXPECT_EQ(limits().target_time, 50.0);
   run("new");  // a new game clears every limit
-  EXPECT_FALSE(limits.fixedDepth);
-  EXPECT_FALSE(limits.timed);
+  EXPECT_FALSE(limits().fixed_depth);
+  EXPECT_FALSE(limits().timed);
 }
 
 TEST_F(XboardCommands, ProtoverPingAndTestOutOfRange) {
@@ -268,8 +285,8 @@ TEST_F(XboardCommands, GoSearchesAndPlaysTheSideToMove) {
   const std::string out = run("go");
   EXPECT_NE(out.find("\nmove "), std::string::npos) << out;
   EXPECT_EQ(c->computer_side, WHITE);
-  EXPECT_EQ(c->pos.side, BLACK);
-  EXPECT_EQ(c->pos.hist_ply, 1);
+  EXPECT_EQ(c->game.pos.side, BLACK);
+  EXPECT_EQ(c->game.pos.hist_ply, 1);
 }
 
 TEST_F(XboardCommands, StalemateAndMateAfterAMove) {
@@ -282,4 +299,104 @@ TEST_F(XboardCommands, StalemateAndMateAfterAMove) {
   EXPECT_EQ(c->game_over, 0);
   run("exit");
   EXPECT_EQ(run("usermove a1a8"), "1-0 {Orvo says White mates}\n");
+}
+
+// --- perft, the result lines and the end of the loop ---------------------------
+
+TEST_F(XboardCommands, PerftReport) {
+  const std::string out = run("perft 3");
+  const std::string head =
+      "depth          moves   captures en_passant  promotion     castle\n"
+      "perft(1):         20          0          0          0          0\n"
+      "perft(2):        400          0          0          0          0\n"
+      "perft(3):       8902         34          0          0          0\n"
+      "\n";
+  ASSERT_EQ(out.compare(0, head.size(), head), 0) << out;
+  EXPECT_EQ(out.substr(out.size() - 4), " ms\n");
+  EXPECT_EQ(fen(), "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1");
+}
+
+TEST_F(XboardCommands, PerftNothingForZeroNegativeOrText) {
+  for (const char* line : {"perft 0", "perft -3", "perft abc", "perft"}) EXPECT_EQ(run(line), "") << line;
+}
+
+TEST_F(XboardCommands, PerftTooDeepIsRefused) {
+  EXPECT_EQ(run("perft 99999"), "perft: depth 99999 is too deep, the largest is 10\n");
+  EXPECT_EQ(run("perft 11"), "perft: depth 11 is too deep, the largest is 10\n");
+}
+
+TEST_F(XboardCommands, ResultLinesOfTheGameEnd) {
+  const struct {
+    const char* fen;
+    const char* line;
+  } ends[] = {
+      {"7k/5Q2/6K1/8/8/8/8/8 b - - 0 1", "1/2-1/2 {Stalemate}\n"},
+      {"7k/6Q1/6K1/8/8/8/8/8 b - - 0 1", "1-0 {Orvo says White mates}\n"},
+      {"8/8/8/8/8/6k1/6q1/6K1 w - - 0 1", "0-1 {Orvo says Black mates}\n"},
+      {"4k3/8/8/8/8/8/8/4K3 w - - 0 1", "1/2-1/2 {Orvo: insufficient material}\n"},
+      {"4k3/8/8/8/8/8/8/2B1KN2 w - - 0 1", ""},
+  };
+  for (const auto& e : ends) {
+    run(std::string("setboard ") + e.fen);
+    const size_t from = mem->out.size();
+    EXPECT_EQ(check_game_end(*c), e.line[0] != 0) << e.fen;
+    EXPECT_EQ(mem->out.substr(from), e.line) << e.fen;
+  }
+  // The fifty-move rule comes before the stalemate.
+  run("setboard 7k/5Q2/6K1/8/8/8/8/8 b - - 0 1");
+  c->game.pos.fifty = 100;
+  size_t from = mem->out.size();
+  EXPECT_TRUE(check_game_end(*c));
+  EXPECT_EQ(mem->out.substr(from), "1/2-1/2 {Orvo: draw by fifty-move-rule}\n");
+  // A game already over says nothing more.
+  c->game_over = 1;
+  from = mem->out.size();
+  EXPECT_TRUE(check_game_end(*c));
+  EXPECT_EQ(mem->out.substr(from), "");
+}
+
+TEST_F(XboardCommands, QuitEndsTheLoopAndTheRestOfTheLine) {
+  mem->feed("ping 1 quit ping 2\nping 3\n");
+  const LoopEnd end = c->loop();
+  EXPECT_TRUE(end.quit);
+  EXPECT_EQ(end.status, 0);
+  EXPECT_EQ(mem->out.substr(mem->out.size() - 24), "pong 1\nOrvo is leaving.\n");
+}
+
+TEST_F(XboardCommands, EndOfInputOrAnEmptyLineEndsTheLoop) {
+  mem->feed("ping 1\n\nping 2\n");
+  LoopEnd end = c->loop();
+  EXPECT_FALSE(end.quit);
+  EXPECT_EQ(mem->out.substr(mem->out.size() - 7), "pong 1\n");
+  end = c->loop();  // "ping 2", then the end of input
+  EXPECT_FALSE(end.quit);
+  EXPECT_EQ(mem->out.substr(mem->out.size() - 7), "pong 2\n");
+}
+
+// --- the thinking lines --------------------------------------------------------
+
+TEST_F(XboardCommands, ThinkingLine) {
+  Search& s = c->search;
+  s.pv[0] = encode_move(E2, E4, 0, 0, PAWN);
+  s.pv[1] = encode_move(E7, E5, 0, 0, PAWN);
+  s.pv[2] = 0;
+  s.nodes = 777;
+  s.clock.elapsed = 1.234;
+  s.state.best_depth = 7;
+  s.state.best_score = 12;
+  c->post_on = 1;
+  size_t from = mem->out.size();
+  c->new_best(s);
+  EXPECT_EQ(mem->out.substr(from), "   7     12      123          777 e2e4 e7e5\n");
+  // While pondering, the move pondered on comes first, in parentheses.
+  c->pondering = 1;
+  std::snprintf(c->ponder_move_text, sizeof c->ponder_move_text, "d7d5");
+  from = mem->out.size();
+  c->new_best(s);
+  EXPECT_EQ(mem->out.substr(from), "   7     12      123          777 (d7d5) e2e4 e7e5\n");
+  c->pondering = 0;
+  c->post_on = 0;
+  from = mem->out.size();
+  c->new_best(s);
+  EXPECT_EQ(mem->out.substr(from), "");
 }

@@ -265,9 +265,11 @@ TEST_F(Gaviota, EveryPositionOfThreeTablesMatchesGaviotasOwnProbe) {
 // the engine's board and probed through the engine: the square flip, the
 // side code and the piece codes all meet Gaviota's own answer.
 TEST_F(Gaviota, EngineProbeMatchesGaviotaOnASampleOf100000) {
-  std::snprintf(egbb_path, sizeof egbb_path, "%s", orvo::test::gaviota_egbb_dir().c_str());
+  Settings settings;
+  Bitbases bitbases;
+  std::snprintf(settings.egbb_path, sizeof settings.egbb_path, "%s", orvo::test::gaviota_egbb_dir().c_str());
   testing::internal::CaptureStdout();
-  ASSERT_TRUE(egbb_load());
+  ASSERT_TRUE(bitbases.load(settings.egbb_path));
   testing::internal::GetCapturedStdout();
   std::mt19937 rng(20240611);
   const char letters[] = "QRBNPqrbnp";
@@ -287,18 +289,13 @@ TEST_F(Gaviota, EngineProbeMatchesGaviotaOnASampleOf100000) {
     board b;
     set_position(b, orvo::test::fen_of(men, side).c_str());
     int score = 12345;
-    const bool found = egbb_probe(b, score);
+    const bool found = bitbases.probe(b, score);
     EXPECT_EQ(found, expected != UNKNOWN_SCORE) << orvo::test::fen_of(men, side);
     EXPECT_EQ(score, expected) << orvo::test::fen_of(men, side);
     if (found) ++known;
     if (HasFailure()) break;
   }
   EXPECT_GT(known, 60000);
-  std::memset(egbb_path, ' ', 38);
-  egbb_path[38] = 0;
-  testing::internal::CaptureStdout();
-  egbb_load();
-  testing::internal::GetCapturedStdout();
 }
 
 // The scale agrees with the moves: through the engine's own move
@@ -376,20 +373,17 @@ TEST_F(Gaviota, EngineLoadsFromAPathOf127Characters) {
   std::filesystem::copy_file(built + "egbbdll.dll", folder + "/egbbdll.dll");
   std::filesystem::create_symlink(std::filesystem::read_symlink(built + "gaviota"),
                                   folder + "/gaviota");
-  std::snprintf(egbb_path, sizeof egbb_path, "%s/", folder.c_str());
-  ASSERT_EQ(std::strlen(egbb_path), 127u);
+  Settings settings;
+  Bitbases bitbases;
+  std::snprintf(settings.egbb_path, sizeof settings.egbb_path, "%s/", folder.c_str());
+  ASSERT_EQ(std::strlen(settings.egbb_path), 127u);
   testing::internal::CaptureStdout();
-  EXPECT_TRUE(egbb_load());
+  EXPECT_TRUE(bitbases.load(settings.egbb_path));
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "EgbbProbe Loaded!\n");
   board b;
   set_position(b, "8/8/8/4k3/8/8/8/KR6 w - - 0 1");
   int score = 0;
-  EXPECT_TRUE(egbb_probe(b, score));
+  EXPECT_TRUE(bitbases.probe(b, score));
   EXPECT_EQ(score, WIN_SCORE - 29);
-  std::memset(egbb_path, ' ', 38);
-  egbb_path[38] = 0;
-  testing::internal::CaptureStdout();
-  egbb_load();
-  testing::internal::GetCapturedStdout();
   std::filesystem::remove_all(templ);
 }

@@ -11,7 +11,6 @@
 
 #include "position/makemove.h"
 #include "position/movegen.h"
-#include "search/internal.h"
 #include "tests/search/search_fixture.h"
 #include "tests/support/positions.h"
 #include "tests/tools/gaviota_support.h"
@@ -24,30 +23,25 @@ using orvo::test::WIN_SCORE;
 
 namespace {
 
-void load_from(const std::string& folder) {
-  std::snprintf(egbb_path, sizeof egbb_path, "%s", folder.c_str());
-  testing::internal::CaptureStdout();
-  egbb_load();
-  testing::internal::GetCapturedStdout();
-}
-
-void unload() {
-  std::memset(egbb_path, ' ', 38);
-  egbb_path[38] = 0;
-  load_from(egbb_path);
-}
-
 class BitbaseSearch : public orvo::test::SearchTest {
  protected:
   void SetUp() override {
     SearchTest::SetUp();
+    s->set_bitbases(&bitbases);
     load_from(orvo::test::gaviota_egbb_dir());
-    ASSERT_TRUE(egbb_loaded);
+    ASSERT_TRUE(bitbases.loaded());
   }
   void TearDown() override {
     unload();
     SearchTest::TearDown();
   }
+  void load_from(const std::string& folder) {
+    testing::internal::CaptureStdout();
+    bitbases.load(folder.c_str());
+    testing::internal::GetCapturedStdout();
+  }
+  // A failed load leaves the engine with no library.
+  void unload() { load_from(std::string(38, ' ')); }
   // Sets up the position, then plays the move from-to, so that it is the
   // move that led to the node.
   board& after(const char* fen, const char* from, const char* to) {
@@ -61,14 +55,15 @@ class BitbaseSearch : public orvo::test::SearchTest {
     return c->pos;
   }
   bool allowed(const board& b, int root_depth, int ply) {
-    c->root_depth = root_depth;
-    return bitbase_probe_allowed(*c, b, ply);
+    s->root_depth = root_depth;
+    return s->bitbase_probe_allowed(b, ply);
   }
   int probe(const board& b) {
     int score = 0;
-    EXPECT_TRUE(egbb_probe(b, score));
+    EXPECT_TRUE(bitbases.probe(b, score));
     return score;
   }
+  Bitbases bitbases;
 };
 
 // Kg1 Qd1 against Ke8 after Black's quiet king move Kd8-e8.
@@ -137,15 +132,15 @@ TEST_F(BitbaseSearch, TheNodeReturnsTheAnswerUnchanged) {
   const int table = probe(b);
   ASSERT_GT(table, WIN_SCORE - 30);  // White to move wins
   Move pv[MAX_PLY + 2];
-  c->root_depth = 6;
+  s->root_depth = 6;
   // At half the depth: the table's score, even far outside the window.
-  EXPECT_EQ(search(*c, b, 4 * PLY, 3, -10, 10, 1, pv), table);
-  EXPECT_EQ(search(*c, b, 4 * PLY, 3, -10, 10, 0, pv), table);
-  EXPECT_EQ(quiesce(*c, b, -10, 10, 1, 3), table);
+  EXPECT_EQ(s->search(b, 4 * PLY, 3, -10, 10, 1, pv), table);
+  EXPECT_EQ(s->search(b, 4 * PLY, 3, -10, 10, 0, pv), table);
+  EXPECT_EQ(s->quiesce(b, -10, 10, 1, 3), table);
   // Far from half the depth, after quiet moves only, nothing is asked:
   // the search sees an evaluation, no table score.
-  c->root_depth = 20;
-  const int searched = search(*c, b, 2 * PLY, 1, -WIN_SCORE, WIN_SCORE, 1, pv);
+  s->root_depth = 20;
+  const int searched = s->search(b, 2 * PLY, 1, -WIN_SCORE, WIN_SCORE, 1, pv);
   EXPECT_GT(searched, 0);
   EXPECT_LT(searched, 2000);
 }
@@ -156,14 +151,14 @@ TEST_F(BitbaseSearch, QuiescenceDoesNotProbeInCheck) {
   ASSERT_TRUE(b.in_check);
   const int table = probe(b);
   ASSERT_LT(table, 0);
-  c->root_depth = 2;
+  s->root_depth = 2;
   // The checked node searches its evasions, whose positions the tables
   // answer: the longest defence, one ply further from mate than the table
   // says for the checked position itself.
-  EXPECT_EQ(quiesce(*c, b, -WIN_SCORE, WIN_SCORE, 1, 5), table - 1);
+  EXPECT_EQ(s->quiesce(b, -WIN_SCORE, WIN_SCORE, 1, 5), table - 1);
   // Out of check, at the same ply, the answer is the table's.
   board& quiet = after("4k3/8/8/8/8/8/8/3R2K1 w - - 0 1", "d1", "d2");
-  EXPECT_EQ(quiesce(*c, quiet, -WIN_SCORE, WIN_SCORE, 1, 5), probe(quiet));
+  EXPECT_EQ(s->quiesce(quiet, -WIN_SCORE, WIN_SCORE, 1, 5), probe(quiet));
 }
 
 // The search finds the tables' scores in the endings that matter.
@@ -180,7 +175,7 @@ TEST_F(BitbaseSearch, SearchesTakeTheTableScores) {
   };
   for (const Case& k : cases) {
     think_depth(k.fen, 8);
-    const int score = state.best_score;
+    const int score = s->state.best_score;
     if (k.sign > 0) {
       EXPECT_GT(score, WIN_SCORE - 60) << k.fen;
       EXPECT_LT(score, WIN_SCORE) << k.fen;
@@ -202,7 +197,7 @@ TEST_F(BitbaseSearch, FourMenAreNeverProbedDuringASearch) {
   const std::string dir = templ;
   std::filesystem::copy_file(FAKE_EGBB_LIBRARY, dir + "/egbbdll.dll");
   load_from(dir + "/");
-  ASSERT_TRUE(egbb_loaded);
+  ASSERT_TRUE(bitbases.loaded());
   void* h = dlopen((dir + "/egbbdll.dll").c_str(), RTLD_NOW | RTLD_NOLOAD);
   ASSERT_NE(h, nullptr);
   auto calls = reinterpret_cast<int (*)()>(dlsym(h, "fake_probe_calls"));

@@ -46,7 +46,7 @@ class Egbb : public ::testing::Test {
   bool load(std::string& out, std::string& err) {
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
-    const bool ok = egbb_load();
+    const bool ok = bitbases.load(egbb_path);
     err = testing::internal::GetCapturedStderr();
     out = testing::internal::GetCapturedStdout();
     return ok;
@@ -68,7 +68,7 @@ class Egbb : public ::testing::Test {
     std::memset(egbb_path, ' ', 38);
     egbb_path[38] = 0;
     testing::internal::CaptureStdout();
-    egbb_load();
+    bitbases.load(egbb_path);
     testing::internal::GetCapturedStdout();
   }
   // Probes the position and returns the nine arguments the library saw.
@@ -76,11 +76,14 @@ class Egbb : public ::testing::Test {
     board b;
     set_position(b, fen);
     entry<void (*)(int)>("fake_set_probe_result")(result);
-    known = egbb_probe(b, score);
+    known = bitbases.probe(b, score);
     const int* a = entry<const int* (*)()>("fake_probe_args")();
     return std::vector<int>(a, a + 9);
   }
 
+  // The path the settings file would give.
+  char egbb_path[PATH_SIZE] = {};
+  Bitbases bitbases;
   std::string dir_;
   std::string name_ = "egbbdll.dll";
   void* handle_ = nullptr;
@@ -92,11 +95,11 @@ TEST_F(Egbb, BlankPathFailsToLoad) {
   std::string out;
   EXPECT_FALSE(load(out));
   EXPECT_EQ(out, "EgbbProbe not Loaded!\n");
-  EXPECT_FALSE(egbb_loaded);
+  EXPECT_FALSE(bitbases.loaded());
   board b;
   set_position(b, "4k3/8/8/8/8/8/8/3QK3 w - - 0 1");
   int score = 123;
-  EXPECT_FALSE(egbb_probe(b, score));
+  EXPECT_FALSE(bitbases.probe(b, score));
 }
 
 TEST_F(Egbb, LoadsTheLibraryNamedAfterThePath) {
@@ -104,7 +107,7 @@ TEST_F(Egbb, LoadsTheLibraryNamedAfterThePath) {
   std::string out;
   ASSERT_TRUE(load(out));
   EXPECT_EQ(out, "EgbbProbe Loaded!\n");
-  EXPECT_TRUE(egbb_loaded);
+  EXPECT_TRUE(bitbases.loaded());
   EXPECT_EQ(std::string(entry<const char* (*)()>("fake_load_path")()), dir_ + "/");
   EXPECT_EQ(entry<int (*)()>("fake_load_cache")(), 4194304);
   EXPECT_EQ(entry<int (*)()>("fake_load_options")(), 1);
@@ -124,7 +127,7 @@ TEST_F(Egbb, SecondLoadReleasesTheFirstAndReportsAgain) {
   ASSERT_TRUE(load(first));
   ASSERT_TRUE(load(second));
   EXPECT_EQ(first + second, "EgbbProbe Loaded!\nEgbbProbe Loaded!\n");
-  EXPECT_TRUE(egbb_loaded);
+  EXPECT_TRUE(bitbases.loaded());
 }
 
 TEST_F(Egbb, FailedReloadTurnsProbingOff) {
@@ -134,11 +137,11 @@ TEST_F(Egbb, FailedReloadTurnsProbingOff) {
   std::memset(egbb_path, ' ', 38);
   egbb_path[38] = 0;
   EXPECT_FALSE(load(out));
-  EXPECT_FALSE(egbb_loaded);
+  EXPECT_FALSE(bitbases.loaded());
   board b;
   set_position(b, "4k3/8/8/8/8/8/8/3QK3 w - - 0 1");
   int score;
-  EXPECT_FALSE(egbb_probe(b, score));
+  EXPECT_FALSE(bitbases.probe(b, score));
 }
 
 TEST_F(Egbb, LibraryWithoutProbeEntryCountsAsMissing) {
@@ -147,7 +150,7 @@ TEST_F(Egbb, LibraryWithoutProbeEntryCountsAsMissing) {
   EXPECT_FALSE(load(out, err));
   EXPECT_EQ(out, "EgbbProbe not Loaded!\n");
   EXPECT_EQ(err, "egbb: " + dir_ + "/egbbdll.dll lacks load_egbb_5men or probe_egbb_5men\n");
-  EXPECT_FALSE(egbb_loaded);
+  EXPECT_FALSE(bitbases.loaded());
 }
 
 TEST_F(Egbb, LinuxNameIsTriedSecond) {
@@ -183,7 +186,7 @@ TEST_F(Egbb, NeitherNameServesNothingIsLoaded) {
   EXPECT_EQ(out, "EgbbProbe not Loaded!\n");
   EXPECT_NE(err.find("cannot load " + dir_ + "/egbbdll.dll"), std::string::npos);
   EXPECT_NE(err.find(dir_ + "/egbbso64.so lacks"), std::string::npos);
-  EXPECT_FALSE(egbb_loaded);
+  EXPECT_FALSE(bitbases.loaded());
 }
 
 TEST_F(Egbb, KingAndQueenAgainstKing) {

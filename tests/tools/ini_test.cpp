@@ -12,10 +12,11 @@ using namespace orvo;
 
 namespace {
 
-// The settings as the process starts, before any test touches them.
-const std::string initial_egbb_path = egbb_path;
-const std::string initial_book_path = book_path;
-const int initial_hash_size = hash_size;
+// The settings as the program starts, before a file changes them.
+const Settings initial;
+const std::string initial_egbb_path = initial.egbb_path;
+const std::string initial_book_path = initial.book_path;
+const int initial_hash_size = initial.hash_size;
 
 // Each test runs in a fresh temporary directory, where it may write its
 // own settings file.
@@ -27,8 +28,7 @@ class Ini : public ::testing::Test {
     dir_ = templ;
     ASSERT_NE(getcwd(old_cwd_, sizeof old_cwd_), nullptr);
     ASSERT_EQ(chdir(dir_.c_str()), 0);
-    std::strcpy(egbb_path, initial_egbb_path.c_str());
-    std::strcpy(book_path, initial_book_path.c_str());
+    settings = Settings{};
   }
   void TearDown() override {
     unlink((dir_ + "/Orvo214.ini").c_str());
@@ -39,12 +39,13 @@ class Ini : public ::testing::Test {
   // Reads the file, returning what went to standard output.
   std::string read(bool expect_found = true) {
     testing::internal::CaptureStdout();
-    const bool found = read_ini();
+    const bool found = read_ini(settings);
     std::string out = testing::internal::GetCapturedStdout();
     EXPECT_EQ(found, expect_found);
     return out;
   }
 
+  Settings settings;
   std::string dir_;
   char old_cwd_[4096];
 };
@@ -55,31 +56,31 @@ TEST_F(Ini, StartsWith64MegabytesAndBlankPaths) {
   EXPECT_EQ(initial_hash_size, 64);
   EXPECT_EQ(initial_egbb_path, std::string(38, ' '));
   EXPECT_EQ(initial_book_path, std::string(38, ' '));
-  EXPECT_EQ(sizeof egbb_path, 128u);
-  EXPECT_EQ(sizeof book_path, 128u);
+  EXPECT_EQ(sizeof settings.egbb_path, 128u);
+  EXPECT_EQ(sizeof settings.book_path, 128u);
 }
 
 TEST_F(Ini, MissingFileIsReportedOnStandardError) {
-  hash_size = 200;
+  settings.hash_size = 200;
   testing::internal::CaptureStderr();
   testing::internal::CaptureStdout();
-  EXPECT_FALSE(read_ini());
+  EXPECT_FALSE(read_ini(settings));
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "\"Orvo214.ini\" not found.\n\n");
-  EXPECT_EQ(hash_size, 64);
-  EXPECT_EQ(std::string(egbb_path), std::string(38, ' '));
+  EXPECT_EQ(settings.hash_size, 64);
+  EXPECT_EQ(std::string(settings.egbb_path), std::string(38, ' '));
 }
 
 TEST_F(Ini, HashSizeWithinBoundsIsTaken) {
   write("hash_size=128\n");
   read();
-  EXPECT_EQ(hash_size, 128);
+  EXPECT_EQ(settings.hash_size, 128);
   write("hash_size=8\n");
   read();
-  EXPECT_EQ(hash_size, 8);
+  EXPECT_EQ(settings.hash_size, 8);
   write("hash_size=512\n");
   read();
-  EXPECT_EQ(hash_size, 512);
+  EXPECT_EQ(settings.hash_size, 512);
 }
 
 TEST_F(Ini, HashSizeOutOfBoundsLeaves64) {
@@ -88,59 +89,59 @@ TEST_F(Ini, HashSizeOutOfBoundsLeaves64) {
                            "hash_size=99999999999999999999\n"}) {
     write("hash_size=100\n");
     read();
-    ASSERT_EQ(hash_size, 100);
+    ASSERT_EQ(settings.hash_size, 100);
     // Every call starts again from 64.
     write(text);
     read();
-    EXPECT_EQ(hash_size, 64) << text;
+    EXPECT_EQ(settings.hash_size, 64) << text;
   }
 }
 
 TEST_F(Ini, ValueStartsAtTheEleventhCharacter) {
   write("hash_size  128\n");  // the integer reader skips the second blank
   read();
-  EXPECT_EQ(hash_size, 128);
+  EXPECT_EQ(settings.hash_size, 128);
   write("hash_size:100\n");
   read();
-  EXPECT_EQ(hash_size, 100);
+  EXPECT_EQ(settings.hash_size, 100);
   write("hash_size==100\n");  // the value would be "=100"
   read();
-  EXPECT_EQ(hash_size, 64);
+  EXPECT_EQ(settings.hash_size, 64);
   write("hash_size_mb=100\n");  // anything may follow the nine key characters
   read();
-  EXPECT_EQ(hash_size, 64);
+  EXPECT_EQ(settings.hash_size, 64);
   write("hash_size\n");
   read();
-  EXPECT_EQ(hash_size, 64);
+  EXPECT_EQ(settings.hash_size, 64);
   write("hash_size");  // a short last line without a newline
   read();
-  EXPECT_EQ(hash_size, 64);
+  EXPECT_EQ(settings.hash_size, 64);
 }
 
 TEST_F(Ini, CommentsAndLeadingBlanksAreNotKeys) {
-  write("# hash_size=16\n#hash_size=16\n hash_size=16\nHASH_SIZE=16\n");
+  write("# settings.hash_size=16\n#settings.hash_size=16\n settings.hash_size=16\nHASH_SIZE=16\n");
   read();
-  EXPECT_EQ(hash_size, 64);
+  EXPECT_EQ(settings.hash_size, 64);
 }
 
 TEST_F(Ini, EgbbPathIsCopiedAndPrinted) {
   EXPECT_EQ(read(false), "");
   write("egbb_path=C:/egbb/\n");
   EXPECT_EQ(read(), "egbb: C:/egbb/\n");
-  EXPECT_STREQ(egbb_path, "C:/egbb/");
+  EXPECT_STREQ(settings.egbb_path, "C:/egbb/");
 }
 
 TEST_F(Ini, BookPathIsCutAtTheFirstBlank) {
   write("book_path=/books/my book.bin\n");
   EXPECT_EQ(read(), "opening database: /books/my\n");
-  EXPECT_STREQ(book_path, "/books/my");
+  EXPECT_STREQ(settings.book_path, "/books/my");
 }
 
 TEST_F(Ini, PathsWithWindowsLineEndsAndExtraBlanks) {
   write("egbb_path=  /egbb/ trailing words\r\nbook_path=/b.bin\r\n");
   EXPECT_EQ(read(), "egbb: /egbb/\nopening database: /b.bin\n");
-  EXPECT_STREQ(egbb_path, "/egbb/");
-  EXPECT_STREQ(book_path, "/b.bin");
+  EXPECT_STREQ(settings.egbb_path, "/egbb/");
+  EXPECT_STREQ(settings.book_path, "/b.bin");
 }
 
 TEST_F(Ini, PathsAreNotResetBetweenCalls) {
@@ -148,8 +149,8 @@ TEST_F(Ini, PathsAreNotResetBetweenCalls) {
   read();
   write("hash_size=16\n");
   read();
-  EXPECT_STREQ(book_path, "/first.bin");
-  EXPECT_EQ(hash_size, 16);
+  EXPECT_STREQ(settings.book_path, "/first.bin");
+  EXPECT_EQ(settings.hash_size, 16);
 }
 
 TEST_F(Ini, AnEmptyValueLeavesThePath) {
@@ -157,7 +158,7 @@ TEST_F(Ini, AnEmptyValueLeavesThePath) {
   read();
   write("book_path=\nbook_path\n");
   EXPECT_EQ(read(), "opening database: /first.bin\nopening database: /first.bin\n");
-  EXPECT_STREQ(book_path, "/first.bin");
+  EXPECT_STREQ(settings.book_path, "/first.bin");
 }
 
 TEST_F(Ini, LongLinesAreReadIn127CharacterPieces) {
@@ -166,13 +167,13 @@ TEST_F(Ini, LongLinesAreReadIn127CharacterPieces) {
   const std::string out = read();
   // The first piece holds the key and 117 characters of the value; the
   // rest of the line is a line of its own, which names no key.
-  EXPECT_EQ(std::string(book_path), std::string(117, 'p'));
+  EXPECT_EQ(std::string(settings.book_path), std::string(117, 'p'));
   EXPECT_EQ(out, "opening database: " + std::string(117, 'p') + "\n");
-  EXPECT_EQ(hash_size, 32);
+  EXPECT_EQ(settings.hash_size, 32);
 }
 
 TEST_F(Ini, EveryKeyInOneFile) {
   write("# Orvo settings\nhash_size=256\negbb_path=/opt/egbb/\nbook_path=/opt/book.bin\nother=1\n");
   EXPECT_EQ(read(), "egbb: /opt/egbb/\nopening database: /opt/book.bin\n");
-  EXPECT_EQ(hash_size, 256);
+  EXPECT_EQ(settings.hash_size, 256);
 }
