@@ -5,6 +5,7 @@ set -euo pipefail
 cd "$(dirname "$0")"
 source ./scripts/packages.sh
 need_packages g++ cmake make
-cmake -S . -B build-engine -DCMAKE_BUILD_TYPE=Release -DORVO_TESTS=OFF -DORVO_BENCH=OFF >/dev/null
-cmake --build build-engine -j"$(nproc 2>/dev/null || echo 2)" >/dev/null
+# The configurations are in CMakePresets.json.
+cmake --preset engine >/dev/null
+cmake --build --preset engine -j"$(nproc 2>/dev/null || echo 2)" >/dev/null
 exec ./build-engine/engine/orvo

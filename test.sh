@@ -23,10 +23,19 @@ need_packages libgaviotatb-dev gaviotatb dpkg-dev file fairymax libqt5core5a
 jobs=$(nproc 2>/dev/null || echo 2)
 games=${ORVO_FRONTEND_GAMES:-}
 
+# The build configurations are in CMakePresets.json.
 echo "== release build"
-cmake -S . -B build -DCMAKE_BUILD_TYPE=Release
-cmake --build build -j"$jobs"
+cmake --preset release
+cmake --build --preset release -j"$jobs"
 (cd build && ctest --output-on-failure -j"$jobs")
+
+echo "== the search's signature: orvo bench"
+signature=$(build/engine/orvo bench | tail -1)
+echo "$signature"
+case $signature in
+  "19249141 nodes "*) ;;
+  *) echo "orvo bench: the node total is not the search's signature 19249141"; exit 1 ;;
+esac
 
 orvo=$PWD/build/engine/orvo
 echo "== front end: Orvo (UCI, through polyglot) against fairymax under xboard"
@@ -50,8 +59,8 @@ echo "== the README's installing section, followed in a scratch clone"
 ./tests/install/readme_install.sh </dev/null
 
 echo "== sanitizer build (ASan + UBSan)"
-cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DORVO_SANITIZE=ON -DORVO_BENCH=OFF
-cmake --build build-asan -j"$jobs"
+cmake --preset sanitize
+cmake --build --preset sanitize -j"$jobs"
 (cd build-asan && ASAN_OPTIONS=detect_leaks=0 UBSAN_OPTIONS=print_stacktrace=1 \
    ctest --output-on-failure -j"$jobs")
 

@@ -63,8 +63,8 @@ fi
 
 build=${ORVO_FUZZ_BUILD:-build-fuzz}
 echo "== fuzz build (clang, libFuzzer, ASan + UBSan) in $build"
-cmake -S . -B "$build" -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-  -DORVO_FUZZ=ON -DORVO_TESTS=OFF -DORVO_BENCH=OFF >/dev/null
+# The configuration is the "fuzz" preset of CMakePresets.json.
+cmake --preset fuzz -B "$build" >/dev/null
 cmake --build "$build" -j2 >/dev/null
 build=$(cd "$build" && pwd)
 

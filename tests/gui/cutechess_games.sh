@@ -41,16 +41,10 @@ case $games in
     *) die "GAMES must be a number from 1 to 999" ;;
 esac
 
-cutechess=${CUTECHESS:-$repo/../shared/tools/cutechess-cli}
-if [ ! -x "$cutechess" ]; then
-    echo "$me: cutechess-cli not found at $cutechess; skipping the tournament-manager games"
-    exit 0
-fi
-
-export PATH="/usr/games:/usr/local/games:$PATH"
-source "$repo/scripts/packages.sh"
-need_packages libqt5core5a fairymax phalanx python3 >/dev/null
-"$cutechess" --version >/dev/null 2>&1 || die "cutechess-cli does not start"
+source "$repo/scripts/cutechess.sh"
+find_cutechess "the tournament-manager games"
+case $? in 0) ;; 1) exit 0 ;; *) die "cutechess-cli does not start" ;; esac
+need_packages fairymax phalanx python3 >/dev/null
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/orvo-cutechess.XXXXXX") || die "mktemp failed"
 cleanup() {
@@ -102,23 +96,18 @@ for config in "${configs[@]}"; do
     index=$((index + 1))
     dir=$work/$index
     mkdir -p "$dir/orvo" "$dir/opponent"
-    case $opponent in
-        fairymax) opp=(cmd=/usr/games/fairymax proto=xboard) ;;
-        phalanx) opp=(cmd=/usr/games/phalanx arg=-l- arg=-b- proto=xboard) ;;
-    esac
+    opponent_args "$opponent"
     each=(tc="$tc")
     maxmoves=()
     [ "$tc" = 40/20 ] && maxmoves=("${cut_40_20[@]}")
     [ "$ponder" = yes ] && each+=(ponder)
     # Colours alternate from game to game; a game's limit on the wall clock
     # is its time control with room to spare.
-    timeout 900 "$cutechess" \
+    run_cutechess "$dir" 900 \
         -engine name=Orvo cmd="$orvo" dir="$dir/orvo" proto="$proto" stderr="$dir/orvo.stderr" \
-        -engine name="$opponent" "${opp[@]}" dir="$dir/opponent" \
+        -engine "${opponent[@]}" dir="$dir/opponent" \
         -each "${each[@]}" \
-        -games "$per_config" ${maxmoves[@]+"${maxmoves[@]}"} \
-        -pgnout "$dir/games.pgn" -concurrency 1 -debug \
-        >"$dir/cutechess.log" 2>&1 </dev/null
+        -games "$per_config" ${maxmoves[@]+"${maxmoves[@]}"}
     rc=$?
     if ! python3 "$here/cutechess_report.py" "$name" "$tc" "$per_config" "$dir/games.pgn" "$dir/cutechess.log" "$rc"; then
         failed=$((failed + 1))

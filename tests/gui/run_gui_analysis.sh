@@ -36,7 +36,7 @@ need_packages xboard xvfb python3 >/dev/null
 work=$(mktemp -d "${TMPDIR:-/tmp}/orvo-analysis.XXXXXX") || die "mktemp failed"
 xvfb_pid=
 xb_pid=
-source "$here/xvfb.sh"
+source "$here/../../scripts/xvfb.sh"
 cleanup() {
     local rc=$?
     trap - EXIT INT TERM HUP

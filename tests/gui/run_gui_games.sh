@@ -91,21 +91,9 @@ note() {
 # ---------------------------------------------------------------- tools --
 
 ensure_tools() {
-    local missing=() pair cmd pkg
-    for pair in xboard:xboard polyglot:polyglot Xvfb:xvfb "$opponent":"$opponent"; do
-        cmd=${pair%%:*}
-        pkg=${pair#*:}
-        command -v "$cmd" >/dev/null 2>&1 || missing+=("$pkg")
-    done
-    [ ${#missing[@]} -eq 0 ] && return 0
-
-    [ "$(id -u)" = 0 ] || die "missing ${missing[*]} and not root: install them with apt-get"
-    echo "$me: installing ${missing[*]}"
-    export DEBIAN_FRONTEND=noninteractive
-    apt-get update -q </dev/null >/dev/null ||
-        die "apt-get update failed"
-    apt-get install -y -q --no-install-recommends "${missing[@]}" </dev/null >/dev/null ||
-        die "apt-get install ${missing[*]} failed"
+    local pair cmd
+    source "$(dirname "$0")/../../scripts/packages.sh"
+    need_packages xboard polyglot xvfb "$opponent" >/dev/null || die "cannot install the GUI's packages"
     for pair in xboard:xboard polyglot:polyglot Xvfb:xvfb "$opponent":"$opponent"; do
         cmd=${pair%%:*}
         command -v "$cmd" >/dev/null 2>&1 || die "'$cmd' still missing after installation"
@@ -135,7 +123,7 @@ exits_seen=$work/engine-exits-seen
 
 xvfb_pid=
 xb_pid=
-source "$(dirname "$0")/xvfb.sh"
+source "$(dirname "$0")/../../scripts/xvfb.sh"
 
 cleanup() {
     local rc=$?

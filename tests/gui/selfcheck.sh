@@ -18,16 +18,8 @@ runner=$here/run_gui_games.sh
 fake=$here/fake_bad_engine.py
 export PATH="/usr/games:/usr/local/games:$PATH"
 
-need=()
-command -v python3 >/dev/null 2>&1 || need+=(python3)
-command -v stockfish >/dev/null 2>&1 || need+=(stockfish)
-if [ ${#need[@]} -gt 0 ]; then
-    echo "selfcheck: installing ${need[*]}"
-    export DEBIAN_FRONTEND=noninteractive
-    apt-get update -q </dev/null >/dev/null &&
-        apt-get install -y -q --no-install-recommends "${need[@]}" </dev/null >/dev/null ||
-        { echo "selfcheck: could not install ${need[*]}" >&2; exit 2; }
-fi
+source "$here/../../scripts/packages.sh"
+need_packages python3 stockfish || { echo "selfcheck: could not install python3 and stockfish" >&2; exit 2; }
 export FAKE_INNER_ENGINE
 FAKE_INNER_ENGINE=$(command -v stockfish)
 

@@ -52,18 +52,13 @@ tc=${SOAK_TC:-2+0.02}
 growth_limit=${ORVO_SOAK_GROWTH_KB:-8192}
 only=${SOAK_ONLY:-}
 
-cutechess=${CUTECHESS:-$repo/../shared/tools/cutechess-cli}
-if [ ! -x "$cutechess" ]; then
-    echo "$me: cutechess-cli not found at $cutechess; skipping the soak"
-    exit 0
-fi
-export PATH="/usr/games:/usr/local/games:$PATH"
-source "$repo/scripts/packages.sh"
-need_packages libqt5core5a fairymax phalanx glaurung python3 >/dev/null
+source "$repo/scripts/cutechess.sh"
+find_cutechess "the soak"
+case $? in 0) ;; 1) exit 0 ;; *) die "cutechess-cli does not start" ;; esac
+need_packages fairymax phalanx glaurung python3 >/dev/null
 for engine in fairymax phalanx glaurung; do
     command -v "$engine" >/dev/null || { echo "$me: $engine missing; skipping the soak"; exit 0; }
 done
-"$cutechess" --version >/dev/null 2>&1 || die "cutechess-cli does not start"
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/orvo-soak.XXXXXX") || die "mktemp failed"
 sampler=
@@ -128,11 +123,7 @@ for config in "${configs[@]}"; do
     chmod +x "$launcher"
     : >"$dir/pids"
     : >"$dir/memory"
-    case $opponent in
-        fairymax) opp=(cmd=/usr/games/fairymax proto=xboard) ;;
-        phalanx) opp=(cmd=/usr/games/phalanx arg=-l- arg=-b- proto=xboard) ;;
-        glaurung) opp=(cmd=/usr/games/glaurung proto=uci option.Threads=1 option.Hash=16 option.OwnBook=false) ;;
-    esac
+    opponent_args "$opponent"
     each=(tc="$tc")
     [ "$ponder" = yes ] && each+=(ponder)
     # Openings: eight plies of a random game of the shared collection, each
@@ -143,13 +134,12 @@ for config in "${configs[@]}"; do
     sampler=$!
     start=$SECONDS
     # A game lasts some ten seconds; a hang stops the match at this limit.
-    timeout $((cute_games * 60 + 120)) "$cutechess" \
+    run_cutechess "$dir" $((cute_games * 60 + 120)) \
         -engine name=Orvo cmd="$launcher" dir="$dir/orvo" proto="$proto" restart=off \
             stderr="$dir/orvo.stderr" \
-        -engine name="$opponent" "${opp[@]}" dir="$dir/opponent" \
+        -engine "${opponent[@]}" dir="$dir/opponent" \
         -each "${each[@]}" \
-        -games "$cute_games" ${openings[@]+"${openings[@]}"} -pgnout "$dir/games.pgn" -concurrency 1 -debug \
-        >"$dir/cutechess.log" 2>&1 </dev/null
+        -games "$cute_games" ${openings[@]+"${openings[@]}"}
     rc=$?
     kill "$sampler" 2>/dev/null
     wait "$sampler" 2>/dev/null

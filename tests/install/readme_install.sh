@@ -78,8 +78,8 @@ check "the installed orvo takes the tables' score" test "${score:-0}" -gt 2900
 # A machine without libgaviotatb-dev: find_path and find_library cannot
 # see the system folders, as they would not find the package's files.
 without=$scratch/without prefix2=$scratch/prefix-without
-configure=$(cd "$clone" && cmake -S . -B "$without" -DCMAKE_BUILD_TYPE=Release -DORVO_TESTS=OFF \
-  -DORVO_BENCH=OFF "-DCMAKE_IGNORE_PATH=/usr/include;/usr/lib;/usr/lib/x86_64-linux-gnu" 2>&1)
+configure=$(cd "$clone" && cmake --preset engine -B "$without" \
+  "-DCMAKE_IGNORE_PATH=/usr/include;/usr/lib;/usr/lib/x86_64-linux-gnu" 2>&1)
 check "without libgaviotatb-dev the configure step says so" \
   sh -c "printf '%s\n' \"\$1\" | grep -q 'libgaviotatb-dev not found: the bitbase library is not built'" _ "$configure"
 (cmake --build "$without" -j"$(nproc)" && cmake --install "$without" --prefix "$prefix2") >/dev/null 2>&1

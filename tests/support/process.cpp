@@ -23,7 +23,8 @@ double now_s() {
 
 // Forks orvo with three pipes; returns the pid. With merge, standard error
 // is the pipe of standard output.
-int spawn(const std::string& dir, int& in_fd, int& out_fd, int* err_fd, bool merge = false) {
+int spawn(const std::string& dir, int& in_fd, int& out_fd, int* err_fd, bool merge = false,
+          const std::vector<std::string>& args = {}) {
   int in[2], out[2], err[2];
   // Close-on-exec: a second orvo started later must not inherit this one's
   // pipes, or closing this one's input would never reach it as an end.
@@ -36,7 +37,10 @@ int spawn(const std::string& dir, int& in_fd, int& out_fd, int* err_fd, bool mer
     dup2(merge ? out[1] : err[1], 2);
     for (int fd : {in[0], in[1], out[0], out[1], err[0], err[1]}) close(fd);
     if (!dir.empty() && chdir(dir.c_str()) != 0) _exit(126);
-    execl(ORVO_BINARY, ORVO_BINARY, static_cast<char*>(nullptr));
+    std::vector<char*> argv{const_cast<char*>(ORVO_BINARY)};
+    for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
+    argv.push_back(nullptr);
+    execv(ORVO_BINARY, argv.data());
     _exit(127);
   }
   close(in[0]);
@@ -55,7 +59,8 @@ int decode(int status) { return WIFEXITED(status) ? WEXITSTATUS(status) : -1; }
 
 }  // namespace
 
-RunResult run_orvo_with(const std::string& input, double timeout_s, const std::string& dir, bool merge);
+RunResult run_orvo_with(const std::string& input, double timeout_s, const std::string& dir, bool merge,
+                        const std::vector<std::string>& args = {});
 
 RunResult run_orvo_merged(const std::string& input, double timeout_s, const std::string& dir) {
   return run_orvo_with(input, timeout_s, dir, true);
@@ -63,6 +68,11 @@ RunResult run_orvo_merged(const std::string& input, double timeout_s, const std:
 
 RunResult run_orvo(const std::string& input, double timeout_s, const std::string& dir) {
   return run_orvo_with(input, timeout_s, dir, false);
+}
+
+RunResult run_orvo_args(const std::vector<std::string>& args, const std::string& input, double timeout_s,
+                        const std::string& dir) {
+  return run_orvo_with(input, timeout_s, dir, false, args);
 }
 
 std::vector<std::string> run_orvo_writes(const std::string& input, double timeout_s,
@@ -106,10 +116,11 @@ std::vector<std::string> run_orvo_writes(const std::string& input, double timeou
   return packets;
 }
 
-RunResult run_orvo_with(const std::string& input, double timeout_s, const std::string& dir, bool merge) {
+RunResult run_orvo_with(const std::string& input, double timeout_s, const std::string& dir, bool merge,
+                        const std::vector<std::string>& args) {
   RunResult r;
   int in_fd, out_fd, err_fd;
-  int pid = spawn(dir, in_fd, out_fd, &err_fd, merge);
+  int pid = spawn(dir, in_fd, out_fd, &err_fd, merge, args);
   if (pid < 0) return r;
   fcntl(in_fd, F_SETFL, O_NONBLOCK);
   size_t written = 0;

@@ -18,6 +18,10 @@ struct RunResult {
 RunResult run_orvo(const std::string& input, double timeout_s = 30.0,
                    const std::string& dir = "");
 
+// Like run_orvo, with these arguments on orvo's command line.
+RunResult run_orvo_args(const std::vector<std::string>& args, const std::string& input = "",
+                        double timeout_s = 30.0, const std::string& dir = "");
+
 // Like run_orvo, with standard error on the very pipe of standard output,
 // as the xboard GUI starts an engine. Everything lands in out.
 RunResult run_orvo_merged(const std::string& input, double timeout_s = 30.0,

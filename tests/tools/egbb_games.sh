@@ -29,16 +29,13 @@ case $n in '' | *[!0-9]* | 0) echo "$me: N must be a positive integer" >&2; exit
 seed=${EGBB_GAMES_SEED:-2024}
 tc=${EGBB_GAMES_TC:-10+0.1}
 here=$(cd "$(dirname "$0")" && pwd)
-cutechess=${CUTECHESS:-$here/../../../shared/tools/cutechess-cli}
 
 [ -x "$orvo" ] || { echo "$me: '$1' is not an executable" >&2; exit 2; }
 [ -x "$positions" ] || { echo "$me: '$positions' is not an executable" >&2; exit 2; }
 [ -f "$ini" ] || { echo "$me: '$ini' is not a file" >&2; exit 2; }
-if [ ! -x "$cutechess" ]; then
-  echo "$me: cutechess-cli not found at $cutechess; skipping the bitbase games"
-  exit 0
-fi
-export PATH="/usr/games:$PATH"
+source "$here/../../scripts/cutechess.sh"
+find_cutechess "the bitbase games"
+case $? in 0) ;; 1) exit 0 ;; *) exit 2 ;; esac
 command -v fairymax >/dev/null || { echo "$me: fairymax is not installed" >&2; exit 2; }
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/orvo-egbb-games.XXXXXX") || exit 2
@@ -62,13 +59,12 @@ done
 games=$(wc -l <"$work/start.epd")
 
 echo "$me: $games games, Orvo (White) against fairymax, tc $tc"
-"$cutechess" \
+run_cutechess "$work" $((games * 60 + 120)) \
   -engine name=Orvo cmd="$orvo" dir="$work" proto=uci \
   -engine name=Fairy-Max cmd=fairymax proto=xboard \
   -each tc="$tc" \
   -openings file="$work/start.epd" format=epd order=sequential \
-  -noswap -games 1 -rounds "$games" -concurrency 1 \
-  -pgnout "$work/games.pgn" -debug >"$work/cutechess.log" 2>&1
+  -noswap -games 1 -rounds "$games"
 status=$?
 if [ $status -ne 0 ]; then
   echo "$me: cutechess-cli failed ($status)"
