@@ -57,12 +57,21 @@ echo "== installation, and bitbase games of the installed engine under cutechess
 ./tests/install/check_install.sh build </dev/null
 echo "== the README's installing section, followed in a scratch clone"
 ./tests/install/readme_install.sh </dev/null
+echo "== the build of engine-testing frameworks: make EXE=NAME, then NAME bench"
+./tests/install/framework_build.sh </dev/null
 
 echo "== sanitizer build (ASan + UBSan)"
 cmake --preset sanitize
 cmake --build --preset sanitize -j"$jobs"
 (cd build-asan && ASAN_OPTIONS=detect_leaks=0 UBSAN_OPTIONS=print_stacktrace=1 \
    ctest --output-on-failure -j"$jobs")
+
+echo "== ThreadSanitizer build: the threaded tests (helper searches, Threads, MultiPV)"
+cmake --preset tsan
+cmake --build --preset tsan -j"$jobs" --target orvo search_thread_tests threads_e2e_tests
+# A report ends the process at once, so the test that caused it fails.
+(cd build-tsan && TSAN_OPTIONS="halt_on_error=1 abort_on_error=1 second_deadlock_stack=1" \
+   ctest --output-on-failure -j"$jobs" -L threads)
 
 echo "== fuzzing (clang, libFuzzer, ASan + UBSan): every target for 60 s, one per core at a time"
 ./fuzz/run_fuzzers.sh </dev/null

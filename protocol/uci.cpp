@@ -11,6 +11,7 @@
 #include "io/numbers.h"
 #include "io/output.h"
 #include "position/fen.h"
+#include "search/helpers.h"
 
 // Nothing here owns an object with a destructor while a search runs: the
 // search's poll calls the line handler from deep inside a search that may
@@ -22,16 +23,22 @@ namespace {
 
 constexpr const char* AUTHOR = "Erwan Tollis Quenby";
 
-// The options in the order of the handshake.
+// The options in the order of the handshake: the original four first,
+// then the additions, which with their defaults change nothing.
 const Uci::Option DEFAULT_OPTIONS[Uci::OPTION_COUNT] = {
     // Hash is read once, when the engine is first set up.
-    {"Hash", 1, "32", "spin", "min 1 max 128", ""},
+    {"Hash", 1, "32", "spin", "min 1 max 128", "", false, 0, 0},
     // When true the time for a move is stretched by 1.25.
-    {"Ponder", 1, "false", "check", "", ""},
+    {"Ponder", 1, "false", "check", "", "", false, 0, 0},
     // OwnBook and BookFile are kept but never read: the book comes from
     // the ini file.
-    {"OwnBook", 1, "true", "check", "", ""},
-    {"BookFile", 1, "Orvo.bin", "string", "", ""},
+    {"OwnBook", 1, "true", "check", "", "", false, 0, 0},
+    {"BookFile", 1, "Orvo.bin", "string", "", "", false, 0, 0},
+    // Additions: search threads, lines of analysis, and the milliseconds
+    // kept back from the clock (the original engine's fixed second).
+    {"Threads", 1, "1", "spin", "min 1 max 256", "", true, 1, MAX_THREADS},
+    {"MultiPV", 1, "1", "spin", "min 1 max 256", "", true, 1, MAX_MOVES},
+    {"Move Overhead", 1, "1000", "spin", "min 0 max 5000", "", true, 0, MAX_MOVE_OVERHEAD_MS},
 };
 
 void copy_bounded(char* dst, const char* src, int size) {
@@ -97,8 +104,20 @@ const Uci::Option* Uci::find_option(const char* name) const {
 bool Uci::option_set(const char* name, const char* value) {
   Option* o = find_option(name);
   if (!o) return false;
-  copy_bounded(o->value, value, UCI_OPTION_VALUE_SIZE);
+  if (!o->bounded) {
+    copy_bounded(o->value, value, UCI_OPTION_VALUE_SIZE);
+    return true;
+  }
+  int n;
+  if (!scan_ints(value, &n, 1)) return true;  // no number: the value stays
+  n = n < o->min ? o->min : n > o->max ? o->max : n;
+  std::snprintf(o->value, sizeof o->value, "%d", n);
   return true;
+}
+
+int Uci::option_number(const char* name) const {
+  const char* v = option_value(name);
+  return v ? read_int(v) : 0;
 }
 
 bool Uci::option_is_true(const char* name) const {
@@ -351,7 +370,8 @@ bool Uci::set_limits(const char* line) {
     limits.target_time = g.movetime * MOVE_TIME_TARGET_FACTOR;
   } else if (time >= 0) {
     const double factor = option_is_true("Ponder") ? PONDER_TIME_FACTOR : 1.0;
-    const TimeAllocation a = allocate_time(time, inc, togo, factor);
+    const double reserve = option_number("Move Overhead") / MILLISECONDS;
+    const TimeAllocation a = allocate_time(time, inc, togo, factor, reserve);
     limits.timed = true;
     limits.target_time = a.target;
     limits.hard_limit = a.hard;
@@ -361,6 +381,8 @@ bool Uci::set_limits(const char* line) {
 }
 
 void Uci::go(const char* line) {
+  search.set_threads(option_number("Threads"));
+  search.set_multi_pv(option_number("MultiPV"));
   const bool wait_for_command = set_limits(line);
   searching = 1;
   ponder_search = wait_for_command ? 1 : 0;
@@ -414,7 +436,7 @@ void Uci::position(char* line) {
 void Uci::send_bestmove() {
   const SearchClock& k = search.clock;
   send_line("info time %.0f nodes %lld nps %.0f cpuload %.0f", k.elapsed * MILLISECONDS,
-            static_cast<long long>(search.nodes), k.nps, k.cpu_load * PER_MILLE);
+            static_cast<long long>(search.total_nodes()), k.nps, k.cpu_load * PER_MILLE);
   const Move best_move = search.state.best_move, reply_move = search.state.expected_reply;
   char best[6], reply[6];
   move_to_text(best_move, best);
@@ -440,33 +462,47 @@ void Uci::root_move(const Search& s) {
   send_line("info currmove %s currmovenumber %d", m, s.state.current_move_index + 1);
 }
 
-void Uci::new_best(const Search& s) {
+void Uci::send_pv(const Search& s, int depth, int score, int bound, const Move* pv, int multipv) {
   char text[1024];
   size_t n = 0;
   text[0] = 0;
-  for (int i = 0; i < MAX_PLY + 1 && s.pv[i] && n + 8 < sizeof text; ++i) {
+  for (int i = 0; i < MAX_PLY + 1 && pv[i] && n + 8 < sizeof text; ++i) {
     char m[8];
-    move_to_text(s.pv[i], m);
+    move_to_text(pv[i], m);
     n += std::snprintf(text + n, sizeof text - n, n ? " %s" : "%s", m);
   }
-  const SearchState& st = s.state;
-  const char* bound = st.best_bound == BOUND_LOWER ? " lowerbound" : st.best_bound == BOUND_UPPER ? " upperbound" : "";
+  const char* bound_text = bound == BOUND_LOWER ? " lowerbound" : bound == BOUND_UPPER ? " upperbound" : "";
+  // The line's number only when there are several.
+  char line_number[24] = "";
+  if (multipv > 0) std::snprintf(line_number, sizeof line_number, " multipv %d", multipv);
   const double ms = s.clock.elapsed * MILLISECONDS;
-  const int score = st.best_score;
+  const long long nodes = static_cast<long long>(s.total_nodes());
   if (score < -MATE_BOUND || score > MATE_BOUND) {
     // Moves to mate: the mated side's count is negative.
     const int mate = score < -MATE_BOUND ? -((score + MATE) / 2) : (MATE + 1 - score) / 2;
-    send_line("info depth %d seldepth %d score mate %d%s time %.0f nodes %lld pv %s", st.best_depth, s.seldepth,
-              mate, bound, ms, static_cast<long long>(s.nodes), text);
+    send_line("info depth %d seldepth %d%s score mate %d%s time %.0f nodes %lld pv %s", depth, s.seldepth,
+              line_number, mate, bound_text, ms, nodes, text);
   } else {
-    send_line("info depth %d seldepth %d score cp %d%s time %.0f nodes %lld pv %s", st.best_depth, s.seldepth,
-              score, bound, ms, static_cast<long long>(s.nodes), text);
+    send_line("info depth %d seldepth %d%s score cp %d%s time %.0f nodes %lld pv %s", depth, s.seldepth, line_number,
+              score, bound_text, ms, nodes, text);
+  }
+}
+
+void Uci::new_best(const Search& s) {
+  const SearchState& st = s.state;
+  send_pv(s, st.best_depth, st.best_score, st.best_bound, s.pv, 0);
+}
+
+void Uci::lines_done(const Search& s, int) {
+  for (int i = 0; i < s.line_count(); ++i) {
+    const Search::RootLine& l = s.line(i);
+    send_pv(s, l.depth, l.score, l.bound, l.pv, i + 1);
   }
 }
 
 void Uci::iteration_done(const Search& s, int depth) {
   send_line("info depth %d seldepth %d time %.0f nodes %lld", depth, s.seldepth, s.clock.elapsed * MILLISECONDS,
-            static_cast<long long>(s.nodes));
+            static_cast<long long>(s.total_nodes()));
 }
 
 void Uci::progress(const Search& s) {
@@ -474,7 +510,7 @@ void Uci::progress(const Search& s) {
   if (k.elapsed < last_info_ + INFO_INTERVAL) return;
   last_info_ = k.elapsed;
   send_line("info time %.0f nodes %lld nps %.0f cpuload %.0f", k.elapsed * MILLISECONDS,
-            static_cast<long long>(s.nodes), k.nps, k.cpu_load * PER_MILLE);
+            static_cast<long long>(s.total_nodes()), k.nps, k.cpu_load * PER_MILLE);
 }
 
 // Each waiting line is obeyed in turn: "stop" and "ponderhit" act through

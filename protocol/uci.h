@@ -59,6 +59,7 @@ class Uci final : public SearchListener {
   bool book_move(const Search& s, const Move* moves, int count, Move& out) override;
   void root_move(const Search& s) override;
   void new_best(const Search& s) override;
+  void lines_done(const Search& s, int depth) override;
   void iteration_done(const Search& s, int depth) override;
   void progress(const Search& s) override;
   bool keep_searching(Search& s) override;
@@ -81,11 +82,20 @@ class Uci final : public SearchListener {
     const char* type;
     const char* range;  // may be empty
     char value[UCI_OPTION_VALUE_SIZE];
+    // The additions' numbers are held to their range when set, and text
+    // that is no number leaves the value as it was; the original four keep
+    // whatever text they are given.
+    bool bounded;
+    int min, max;
   };
-  static constexpr int OPTION_COUNT = 4;
+  static constexpr int OPTION_COUNT = 7;
   Option options[OPTION_COUNT];
+  // The value of a bounded option as a number.
+  int option_number(const char* name) const;
 
  private:
+  // One "info ... pv" line; multipv 0 leaves the line's number out.
+  void send_pv(const Search& s, int depth, int score, int bound, const Move* pv, int multipv);
   Option* find_option(const char* name);
   const Option* find_option(const char* name) const;
   bool busy() const { return searching || bestmove_owed; }

@@ -251,6 +251,9 @@ void Xboard::init() {
     book_on = core.book.open(core.settings.book_path);
     core.tt.resize(core.settings.hash_size);
     core.bitbases.load(core.settings.egbb_path);
+    // An addition: the threads come from the settings file (UCI has its
+    // option); the feature line stays as it is.
+    search.set_threads(core.settings.threads);
   }
   search.set_listener(this);
   computer_side = -1;
@@ -298,7 +301,7 @@ void Xboard::new_best(const Search& s) {
   char text[1024];
   pv_text(*this, s, text, sizeof text);
   send_line("%4d %6d %8.0f %12lld %s", s.state.best_depth, s.state.best_score,
-            s.clock.elapsed * CENTISECONDS_PER_SECOND, static_cast<long long>(s.nodes), text);
+            s.clock.elapsed * CENTISECONDS_PER_SECOND, static_cast<long long>(s.total_nodes()), text);
 }
 
 // While pondering, the ponder reader serves; otherwise each waiting line is

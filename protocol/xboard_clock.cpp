@@ -13,6 +13,7 @@ namespace {
 
 constexpr int DEFAULT_MOVES_PER_SESSION = DEFAULT_MOVES_TO_GO;
 constexpr double CENTISECONDS = 100.0;
+constexpr double MILLISECONDS_PER_SECOND = 1000.0;
 // Deliberate: the increment is divided as if it were milliseconds, so an
 // increment given in seconds counts for almost nothing.
 constexpr double INCREMENT_DIVISOR = 1000.0;
@@ -31,10 +32,10 @@ void xboard_level(SearchLimits& limits, const char* mps, const char* base, const
   limits.timed = true;
 }
 
-int xboard_time(SearchLimits& limits, int centiseconds, int ply) {
+int xboard_time(SearchLimits& limits, int centiseconds, int ply, double reserve) {
   limits.fixed_depth = false;
   limits.timed = true;
-  const double left = std::max(0.0, centiseconds / CENTISECONDS * CLOCK_SHARE - CLOCK_RESERVE);
+  const double left = std::max(0.0, centiseconds / CENTISECONDS * CLOCK_SHARE - reserve);
   const int move_number = ply / 2 + 1;
   // Before any "level" there is no session length: count with 30 moves
   // rather than divide by zero.
@@ -62,7 +63,8 @@ void xboard_sd(SearchLimits& limits, int depth) {
 }
 
 void apply_time(Xboard& x, const char* centiseconds, int ply) {
-  x.move_number = xboard_time(x.search.limits, read_int(centiseconds), ply);
+  x.move_number = xboard_time(x.search.limits, read_int(centiseconds), ply,
+                              x.core.settings.move_overhead_ms / MILLISECONDS_PER_SECOND);
 }
 
 void cmd_level(Xboard& x, Tokens& t) {

@@ -8,10 +8,10 @@ namespace orvo {
 // increment. The base time is read and not used; the clock comes with
 // every "time".
 void xboard_level(SearchLimits& limits, const char* mps, const char* base, const char* inc);
-// "time N": the engine's clock in centiseconds, at game ply `ply`. Sets the
-// target and hard limit for the next move; returns the full-move number it
-// counted with.
-int xboard_time(SearchLimits& limits, int centiseconds, int ply);
+// "time N": the engine's clock in centiseconds, at game ply `ply`, with
+// `reserve` seconds kept back. Sets the target and hard limit for the next
+// move; returns the full-move number it counted with.
+int xboard_time(SearchLimits& limits, int centiseconds, int ply, double reserve = CLOCK_RESERVE);
 // "st N": N seconds a move (only the hard limit binds). N <= 0 changes nothing.
 void xboard_st(SearchLimits& limits, int seconds);
 // "sd N": a depth limit of N plies. N < 0 changes nothing.

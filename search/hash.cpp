@@ -69,23 +69,24 @@ void hash::store(u64 key, int ply, int depth, int bound, int score, Move move) {
   if (!primary) return;
   score = mate_adjust(score, ply);
   const u32 info = u32(age & 15) << 28 | u32(bound & 15) << 24 | (move & 0xFFFFFF);
-  const TTEntry entry{key, i16(score), i16(depth), info};
-  TTEntry& p = primary[key & primary_mask];
+  const TTSlot entry{key, i16(score), i16(depth), info};
+  TTEntry& slot = primary[key & primary_mask];
+  const TTSlot p = slot.read();
   if ((p.info >> 28) == age) {
     if (depth < p.depth) {
-      secondary[key & secondary_mask] = entry;
+      secondary[key & secondary_mask].write(entry);
       return;
     }
     // The displaced entry goes to the newcomer's secondary slot.
-    if (p.key != key) secondary[key & secondary_mask] = p;
+    if (p.key != key) secondary[key & secondary_mask].write(p);
   }
-  p = entry;
+  slot.write(entry);
 }
 
 int hash::probe(u64 key, int ply, int depth, int alpha, int beta, int& score, Move& move) const {
   move = 0;
   if (!primary) return TT_MISS;
-  const TTEntry& p = primary[key & primary_mask];
+  const TTSlot p = primary[key & primary_mask].read();
   if (p.key == key) {
     move = p.info & 0xFFFFFF;
     if (p.depth >= depth) {
@@ -97,7 +98,7 @@ int hash::probe(u64 key, int ply, int depth, int alpha, int beta, int& score, Mo
     }
   }
   // A primary hit without a cut-off still looks at the secondary slot.
-  const TTEntry& s = secondary[key & secondary_mask];
+  const TTSlot s = secondary[key & secondary_mask].read();
   if (s.key != key) return TT_MISS;
   move = s.info & 0xFFFFFF;
   if (s.depth < depth) return TT_MISS;

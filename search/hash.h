@@ -2,16 +2,41 @@
 // always-replace secondary table of 16-byte entries. The evaluation's two
 // pawn-structure tables are sized and cleared along with it.
 #pragma once
+#include <atomic>
+
 #include "eval/pawns.h"
 #include "position/types.h"
 
 namespace orvo {
 
-struct TTEntry {
+// What an entry holds.
+struct TTSlot {
   u64 key;
   i16 score;  // after the mate adjustment
   i16 depth;  // search depth units
   u32 info;   // age << 28 | bound << 24 | low 24 bits of the move
+};
+
+// An entry as it is kept: two 64-bit words, each read and written whole,
+// so that searches running side by side on the table never see half a
+// word. The first word is the key XORed with the second, so that an entry
+// whose words come from two different writes matches no key: a reader
+// takes it for an entry of another position. With one search it holds
+// exactly what the plain fields would.
+struct TTEntry {
+  u64 check;  // key ^ data
+  u64 data;   // score, depth and info
+
+  TTSlot read() const {
+    const u64 d = std::atomic_ref<const u64>(data).load(std::memory_order_relaxed);
+    const u64 c = std::atomic_ref<const u64>(check).load(std::memory_order_relaxed);
+    return {c ^ d, i16(d & 0xFFFF), i16((d >> 16) & 0xFFFF), u32(d >> 32)};
+  }
+  void write(const TTSlot& s) {
+    const u64 d = u64(u16(s.score)) | u64(u16(s.depth)) << 16 | u64(s.info) << 32;
+    std::atomic_ref<u64>(data).store(d, std::memory_order_relaxed);
+    std::atomic_ref<u64>(check).store(s.key ^ d, std::memory_order_relaxed);
+  }
 };
 static_assert(sizeof(TTEntry) == 16);
 

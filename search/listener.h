@@ -30,6 +30,10 @@ class SearchListener {
   virtual void root_move(const Search&) {}
   // A new best root move: state and pv hold it.
   virtual void new_best(const Search&) {}
+  // An iteration that finds several lines (MultiPV) has found them all:
+  // line(0) .. line(line_count() - 1), best first. It comes before
+  // iteration_done.
+  virtual void lines_done(const Search&, int /*depth*/) {}
   // The iteration of this depth (in plies) is complete.
   virtual void iteration_done(const Search&, int /*depth*/) {}
   // Every poll interval, with the clock just brought up to date: room for

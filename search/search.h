@@ -5,6 +5,7 @@
 // search has to say goes to a listener, which a protocol implements.
 #pragma once
 #include <csetjmp>
+#include <memory>
 
 #include "eval/eval.h"
 #include "position/board.h"
@@ -15,6 +16,7 @@
 namespace orvo {
 
 class Bitbases;
+class HelperPool;
 
 constexpr int MATE = 30000;
 constexpr int NO_SCORE = -50000;
@@ -91,16 +93,22 @@ struct SearchStats {
 // Seconds of the monotonic clock.
 double now_seconds();
 
+// The share of the clock a move may use, and the part of it kept back (by
+// default: the Move Overhead setting changes it).
+constexpr double CLOCK_SHARE = 0.95;
+constexpr double CLOCK_RESERVE = 1.0;  // seconds never spent
+// The time kept back can be set from 0 to this many milliseconds.
+constexpr int MAX_MOVE_OVERHEAD_MS = 5000;
+
 // Time for one move from a clock: time left and increment in seconds,
-// moves to go (below 1 means 30), and the ponder factor (1.25 or 1.0).
+// moves to go (below 1 means 30), the ponder factor (1.25 or 1.0), and the
+// time kept back from the clock in seconds.
 struct TimeAllocation {
   double target;
   double hard;
 };
-TimeAllocation allocate_time(double time_left, double increment, int moves_to_go, double factor);
-// The share of the clock a move may use, and the part of it kept back.
-constexpr double CLOCK_SHARE = 0.95;
-constexpr double CLOCK_RESERVE = 1.0;  // seconds never spent
+TimeAllocation allocate_time(double time_left, double increment, int moves_to_go, double factor,
+                             double reserve = CLOCK_RESERVE);
 // The hard limit is at least this share of the time for the session.
 constexpr double HARD_SHARE = 0.25;
 // A fixed move time is the hard limit; the target lies this many times
@@ -116,8 +124,32 @@ class Search {
   // The table is shared with whoever else searches; the bitbases may be
   // null (none loaded).
   explicit Search(hash& tt, const Bitbases* bitbases = nullptr);
+  ~Search();
   Search(const Search&) = delete;
   Search& operator=(const Search&) = delete;
+
+  // Threads that search, this one included (1 to MAX_THREADS): the others
+  // are helpers searching the same root over the shared table. Takes effect
+  // at the next search; threads are made once and kept.
+  void set_threads(int threads);
+  int threads() const { return threads_; }
+  // Nodes of this search and of its helpers.
+  i64 total_nodes() const;
+
+  // Lines of best moves an iteration finds (1 to MAX_MOVES, never more than
+  // the legal moves): with more than one, each iteration searches the best
+  // move, then the best of the others, and so on, and reports them all at
+  // its end. Takes effect at the next search.
+  void set_multi_pv(int lines);
+  int multi_pv() const { return multi_pv_; }
+  // One line of the last iteration (0 is the search's own best line).
+  struct RootLine {
+    Move pv[MAX_PLY + 2] = {};
+    i32 score = 0, depth = 0, bound = 0;
+    i32 previous_score = 0;  // at the end of the iteration before
+  };
+  int line_count() const { return line_count_; }
+  const RootLine& line(int i) const { return lines_[i]; }
 
   // Who hears what the search has to say; null: nobody (nothing is printed
   // and only the limits end the search).
@@ -142,6 +174,11 @@ class Search {
   // Nodes between two looks at the clock and the listener (POLL_INTERVAL
   // unless changed); takes effect at the next reset.
   void set_poll_interval(int nodes) { poll_setting_ = nodes < 1 ? 1 : nodes; }
+  // Makes this a helper search, number id (1, 2, ...): it leaves the age of
+  // the table to the main search, keeps pawn-structure tables of its own,
+  // and odd helpers begin one ply deeper, so that the threads do not all
+  // search the same trees at the same time.
+  void make_helper(int id) { helper_id_ = id; }
 
   SearchLimits limits{};
   SearchState state{};
@@ -162,7 +199,9 @@ class Search {
   int quiesce(board& b, int alpha, int beta, int flag, int ply);
   // Orders the root list on b, a copy of the game position.
   int order_root_moves(board& b);
-  int search_root(board& b, int depth, int alpha, int beta, bool first_iteration);
+  // line: the root moves before it are left out (the lines an iteration
+  // with several has found already); the first line is the search's own.
+  int search_root(board& b, int depth, int alpha, int beta, bool first_iteration, int line = 0);
   // Endgame bitbases may be asked at this node (both searches use the test).
   bool bitbase_probe_allowed(const board& b, int ply) const;
   // The poll of every POLL_INTERVAL nodes: the clock, the listener, and the
@@ -180,6 +219,8 @@ class Search {
   // Stores the score with the principal variation (a walk that in practice
   // stores nothing, see search_root).
   void replay_pv(board& b, int best);
+  // The lines after the first, with the first one's result copied in.
+  void search_more_lines(int depth);
   // The end of the search: the clock stopped and the expected reply taken
   // from the principal variation.
   Move finish(Move move);
@@ -194,6 +235,12 @@ class Search {
   i32 poll_setting_ = POLL_INTERVAL;
   // Where poll unwinds to; set by think for the length of the search.
   std::jmp_buf* abort_point_ = nullptr;
+  int threads_ = 1;
+  int helper_id_ = 0;  // 0: the main search
+  std::unique_ptr<HelperPool> helpers_;
+  int multi_pv_ = 1;
+  int line_count_ = 0;
+  std::unique_ptr<RootLine[]> lines_;
 };
 
 }  // namespace orvo

@@ -4,6 +4,7 @@
 
 #include "position/makemove.h"
 #include "position/movegen.h"
+#include "search/helpers.h"
 #include "search/search.h"
 #include "search/tree.h"
 
@@ -41,7 +42,9 @@ constexpr int PV_REPLAY_PLY = MAX_ITERATION;
 
 void Search::report_new_best() {
   update_clock();
-  listener_->new_best(*this);
+  // With several lines they are reported together, once an iteration has
+  // found them all.
+  if (multi_pv_ == 1) listener_->new_best(*this);
   if (state.best_depth >= 2 && !limits.analysis) {
     if (state.best_score <= state.previous_score - SCORE_DROP) {
       state.score_dropped = true;
@@ -91,18 +94,20 @@ int Search::order_root_moves(board& b) {
   return legal;
 }
 
-int Search::search_root(board& b, int depth, int alpha, int beta, bool first_iteration) {
+int Search::search_root(board& b, int depth, int alpha, int beta, bool first_iteration, int line) {
   ++nodes;
   --poll_countdown_;
   const int last_to = move_to(b.last_move);
-  for (int i = 0; i < state.root_count; ++i) state.root_scores[i] = 0;
+  // The moves of the lines found before this one in the iteration are left
+  // out: they stand at the front of the list.
+  for (int i = line; i < state.root_count; ++i) state.root_scores[i] = 0;
   const bool root_in_check = is_attacked(b, b.king_sq[b.side], b.xside);
   const int entry_alpha = alpha;
   int best = NO_SCORE;
   int legal = 0;
   undo u;
   Move child_pv[MAX_PLY + 2];
-  for (int i = 0; i < state.root_count; ++i) {
+  for (int i = line; i < state.root_count; ++i) {
     const Move m = state.root_moves[i];
     state.current_depth = depth / PLY;
     state.current_move_index = i;
@@ -130,9 +135,11 @@ int Search::search_root(board& b, int depth, int alpha, int beta, bool first_ite
     } else {
       score = -search(b, depth + e - PLY, 1, -alpha - 1, -alpha, CUT_NODE, child_pv);
       if (alpha < score && score < beta) {
-        state.fail_high = true;
-        state.easy_move = false;
-        state.stop = false;
+        if (line == 0) {
+          state.fail_high = true;
+          state.easy_move = false;
+          state.stop = false;
+        }
         report_root_move();
         score = -search(b, depth + e - PLY, 1, -beta, -alpha, PV_NODE, child_pv);
       }
@@ -140,12 +147,21 @@ int Search::search_root(board& b, int depth, int alpha, int beta, bool first_ite
     unmake(b, u);
     state.root_scores[i] = score > alpha ? std::min(score, beta) : entry_alpha;
     if (score > best && (best == NO_SCORE || score > alpha)) {
-      state.best_move = m;
-      state.best_score = score;
-      state.best_depth = depth / PLY;
-      state.best_bound = (alpha < score && score < beta) ? BOUND_EXACT : score >= beta ? BOUND_LOWER : BOUND_UPPER;
-      build_pv(pv, m, child_pv);
-      report_new_best();
+      const int bound = (alpha < score && score < beta) ? BOUND_EXACT : score >= beta ? BOUND_LOWER : BOUND_UPPER;
+      if (line == 0) {
+        state.best_move = m;
+        state.best_score = score;
+        state.best_depth = depth / PLY;
+        state.best_bound = bound;
+        build_pv(pv, m, child_pv);
+        report_new_best();
+      } else {
+        RootLine& l = lines_[line];
+        l.score = score;
+        l.depth = depth / PLY;
+        l.bound = bound;
+        build_pv(l.pv, m, child_pv);
+      }
       best = score;
       if (score > alpha) {
         // The first iteration keeps its window so every root move gets an
@@ -155,10 +171,30 @@ int Search::search_root(board& b, int depth, int alpha, int beta, bool first_ite
       }
     }
   }
-  bubble_sort(state.root_moves, state.root_scores, state.root_count);
-  if (entry_alpha < best && best < beta) replay_pv(b, best);
+  bubble_sort(state.root_moves + line, state.root_scores + line, state.root_count - line);
+  if (line == 0 && entry_alpha < best && best < beta) replay_pv(b, best);
   b.in_check = root_in_check;
   return best;
+}
+
+void Search::search_more_lines(int depth) {
+  const int p = depth / PLY;
+  RootLine& first = lines_[0];
+  first.score = state.best_score;
+  first.depth = state.best_depth;
+  first.bound = state.best_bound;
+  for (int k = 0; k < MAX_PLY + 2; ++k) first.pv[k] = pv[k];
+  line_count_ = multi_pv_ < state.legal_root_count ? multi_pv_ : state.legal_root_count;
+  for (int j = 1; j < line_count_; ++j) {
+    RootLine& l = lines_[j];
+    int alpha = -MATE, beta = MATE;
+    if (p > 1) {
+      alpha = std::max(l.previous_score - ASPIRATION_WINDOW, -MATE);
+      beta = std::min(l.previous_score + ASPIRATION_WINDOW, MATE);
+    }
+    search_root(work_, depth, alpha, beta, p == 1, j);
+    l.previous_score = l.score;
+  }
 }
 
 void Search::replay_pv(board& b, int best) {
@@ -179,6 +215,8 @@ void Search::replay_pv(board& b, int best) {
 }
 
 Move Search::finish(Move move) {
+  // The helpers stop with the main search, whatever ended it.
+  if (helpers_) helpers_->stop();
   update_clock();
   clock.running = false;
   state.expected_reply = pv[0] ? pv[1] : 0;
@@ -234,13 +272,20 @@ Move Search::think(const board& game) {
     listener_->search_done(*this);
     return 0;
   }
-  tt_.new_search();
+  // A helper leaves the table's age to the main search, which has set it.
+  if (!helper_id_) tt_.new_search();
   clock.running = true;
   clock.start = now_seconds();
   work_ = game;
   eval.set_root_castle(work_.castle);
+  if (!helper_id_ && (threads_ > 1 || helpers_)) {
+    if (!helpers_) helpers_ = std::make_unique<HelperPool>(tt_, bitbases_);
+    helpers_->resize(threads_ - 1);
+    helpers_->start(game);
+  }
 
-  for (int d = FIRST_ITERATION; d <= MAX_ITERATION; d += PLY) {
+  const int first = FIRST_ITERATION + (helper_id_ % 2) * PLY;
+  for (int d = first; d <= MAX_ITERATION; d += PLY) {
     const int p = d / PLY;
     root_depth = p;
     state.score_dropped = state.previous_score_dropped = false;
@@ -251,7 +296,9 @@ Move Search::think(const board& game) {
       beta = std::min(state.previous_score + ASPIRATION_WINDOW, MATE);
     }
     search_root(work_, d, alpha, beta, p == 1);
+    if (multi_pv_ > 1) search_more_lines(d);
     update_clock();
+    if (multi_pv_ > 1) listener_->lines_done(*this, p);
     listener_->iteration_done(*this, p);
     state.have_move = true;
     if (p == 1 && !limits.analysis && state.legal_root_count >= 2 &&

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 
+#include "search/helpers.h"
 #include "search/search.h"
 
 namespace orvo {
@@ -13,6 +14,19 @@ double now_seconds() {
 }
 
 Search::Search(hash& tt, const Bitbases* bitbases) : tt_(tt), bitbases_(bitbases) {}
+
+Search::~Search() = default;
+
+void Search::set_threads(int threads) {
+  threads_ = threads < 1 ? 1 : threads > MAX_THREADS ? MAX_THREADS : threads;
+}
+
+i64 Search::total_nodes() const { return nodes + (helpers_ ? helpers_->nodes() : 0); }
+
+void Search::set_multi_pv(int lines) {
+  multi_pv_ = lines < 1 ? 1 : lines > MAX_MOVES ? MAX_MOVES : lines;
+  if (multi_pv_ > 1 && !lines_) lines_ = std::make_unique<RootLine[]>(MAX_MOVES);
+}
 
 void Search::reset(bool clear_limits) {
   if (clear_limits) {
@@ -43,8 +57,9 @@ void Search::reset(bool clear_limits) {
   seldepth = 0;
   nodes = 0;
   eval.clear_material_cache();
-  // The table's pawn-structure tables, once it has them.
-  if (tt_.eval_tables[BLACK] && tt_.eval_tables[WHITE])
+  // The table's pawn-structure tables, once it has them; a helper keeps
+  // its own, since a cache is no place for two threads.
+  if (!helper_id_ && tt_.eval_tables[BLACK] && tt_.eval_tables[WHITE])
     eval.use_pawn_tables(tt_.eval_tables[BLACK], tt_.eval_tables[WHITE]);
 }
 
@@ -55,15 +70,15 @@ double Search::elapsed_now() const {
 void Search::update_clock() {
   const double e = elapsed_now();
   clock.elapsed = e < 0 ? 0 : e;
-  clock.nps = clock.elapsed > 0 ? double(nodes) / clock.elapsed : 0;
+  clock.nps = clock.elapsed > 0 ? double(total_nodes()) / clock.elapsed : 0;
   // There is no second time base, so the load is always reported as 0.
   clock.cpu_load = 0;
 }
 
-TimeAllocation allocate_time(double time_left, double increment, int moves_to_go, double factor) {
+TimeAllocation allocate_time(double time_left, double increment, int moves_to_go, double factor, double reserve) {
   if (moves_to_go < 1) moves_to_go = DEFAULT_MOVES_TO_GO;
   if (increment < 0) increment = 0;
-  double t = time_left * CLOCK_SHARE - CLOCK_RESERVE;
+  double t = time_left * CLOCK_SHARE - reserve;
   if (t < 0) t = 0;
   const double base = (moves_to_go - 1) * increment + t;
   const double share = base / moves_to_go * factor;

@@ -103,6 +103,7 @@ bool Bitbases::probe(const board& b, int& score) const {
     }
   }
   // The library's side code is 0 for White to move: the board's xside.
+  std::lock_guard<std::mutex> lock(probing_);
   score = probe_(b.xside, king[WHITE], king[BLACK], piece[0], square[0], piece[1], square[1], piece[2],
                  square[2]);
   return score != EGBB_UNKNOWN;

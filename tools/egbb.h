@@ -1,6 +1,8 @@
 // Endgame bitbases served by an outside library loaded at run time: exact
 // scores for positions with at most five men.
 #pragma once
+#include <mutex>
+
 #include "position/board.h"
 
 namespace orvo {
@@ -18,8 +20,8 @@ constexpr int EGBB_LOAD_OPTIONS = 1;
 constexpr int EGBB_UNKNOWN = 99999;
 
 // The loaded library. One per engine: the library itself is a resource of
-// the process. Probing only reads, so searches running side by side may
-// share it.
+// the process. Searches running side by side share it, one probe at a
+// time, since the library keeps a cache of its own.
 class Bitbases {
  public:
   Bitbases() = default;
@@ -46,6 +48,7 @@ class Bitbases {
 
   void* library_ = nullptr;
   ProbeFunction probe_ = nullptr;
+  mutable std::mutex probing_;
 };
 
 }  // namespace orvo

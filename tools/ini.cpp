@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "io/numbers.h"
 #include "io/output.h"
 
 namespace orvo {
@@ -30,10 +31,21 @@ void copy_first_word(char* path, const char* value) {
   path[n] = 0;
 }
 
+// A value that starts with a number (after blanks and a sign).
+bool has_number(const char* value) {
+  while (*value == ' ' || *value == '\t') ++value;
+  if (*value == '+' || *value == '-') ++value;
+  return *value >= '0' && *value <= '9';
+}
+
+int clamp(int v, int low, int high) { return v < low ? low : v > high ? high : v; }
+
 }  // namespace
 
 bool read_ini(Settings& settings) {
   settings.hash_size = HASH_SIZE_DEFAULT;
+  settings.threads = THREADS_DEFAULT;
+  settings.move_overhead_ms = MOVE_OVERHEAD_DEFAULT_MS;
   std::FILE* f = std::fopen(INI_FILE_NAME, "r");
   if (!f) {
     // Deliberately left out when standard error is the pipe of standard
@@ -55,6 +67,11 @@ bool read_ini(Settings& settings) {
     } else if (std::strncmp(line, "egbb_path", KEY_LENGTH) == 0) {
       copy_first_word(settings.egbb_path, value);
       out("egbb: %s\n", settings.egbb_path);
+    } else if (std::strncmp(line, "n_threads", KEY_LENGTH) == 0) {
+      // Not in the original file: an addition, held to its range.
+      if (has_number(value)) settings.threads = clamp(read_int(value), THREADS_DEFAULT, THREADS_MAX);
+    } else if (std::strncmp(line, "overheads", KEY_LENGTH) == 0) {
+      if (has_number(value)) settings.move_overhead_ms = clamp(read_int(value), 0, MOVE_OVERHEAD_MAX_MS);
     } else if (std::strncmp(line, "book_path", KEY_LENGTH) == 0) {
       copy_first_word(settings.book_path, value);
       out("opening database: %s\n", settings.book_path);

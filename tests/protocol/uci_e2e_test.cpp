@@ -69,6 +69,10 @@ TEST_F(UciE2E, HandshakeLinesAreExact) {
       "option name Ponder type check default false",
       "option name OwnBook type check default true",
       "option name BookFile type string default Orvo.bin",
+      // The additions, after the original four.
+      "option name Threads type spin default 1 min 1 max 256",
+      "option name MultiPV type spin default 1 min 1 max 256",
+      "option name Move Overhead type spin default 1000 min 0 max 5000",
       "uciok",
   };
   const auto& lines = s.lines();

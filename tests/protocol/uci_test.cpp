@@ -69,6 +69,9 @@ TEST_F(UciSide, HandshakeLinesAreExact) {
             "option name Ponder type check default false\n"
             "option name OwnBook type check default true\n"
             "option name BookFile type string default Orvo.bin\n"
+            "option name Threads type spin default 1 min 1 max 256\n"
+            "option name MultiPV type spin default 1 min 1 max 256\n"
+            "option name Move Overhead type spin default 1000 min 0 max 5000\n"
             "uciok\n");
   EXPECT_EQ(uci->searching, 0);
   EXPECT_EQ(uci->bestmove_owed, 0);
@@ -229,12 +232,12 @@ TEST_F(UciSetUp, NewGameWaitsForTheSetUp) {
   // The table holds something from a search; "ucinewgame" empties it.
   run("go depth 3");
   u64 used = 0;
-  for (u32 i = 0; i < engine->core.tt.primary_count; ++i) used += engine->core.tt.primary[i].key != 0;
+  for (u32 i = 0; i < engine->core.tt.primary_count; ++i) used += engine->core.tt.primary[i].read().key != 0;
   EXPECT_GT(used, 0u);
   book.probe(pos(), "", none.moves, 0, m);
   EXPECT_EQ(run("ucinewgame"), "");
   EXPECT_EQ(book.failures(), 0u);
-  for (u32 i = 0; i < engine->core.tt.primary_count; ++i) ASSERT_EQ(engine->core.tt.primary[i].key, 0u);
+  for (u32 i = 0; i < engine->core.tt.primary_count; ++i) ASSERT_EQ(engine->core.tt.primary[i].read().key, 0u);
 }
 
 TEST_F(UciSetUp, IsReadyWhileAMoveIsOwedDoesNotSetUp) {
@@ -834,4 +837,113 @@ TEST_F(UciLines, IterationCurrentMoveAndPeriodicLines) {
   s.clock.accumulated = 1.5;
   uci->root_move(s);
   EXPECT_EQ(mem->out.substr(from), "info currmove g1f3 currmovenumber 5\n");
+}
+
+// --- the additions: Threads, MultiPV, Move Overhead ------------------------------
+
+TEST_F(UciSide, AdditionsAreHeldToTheirRangesAndTextIsIgnored) {
+  struct Case {
+    const char* name;
+    const char* value;
+    const char* kept;
+  };
+  const Case cases[] = {
+      {"Threads", "4", "4"},         {"Threads", "-3", "1"},         {"Threads", "0", "1"},
+      {"Threads", "100000", "256"},  {"Threads", "99999999999999", "256"},
+      {"Threads", "abc", "256"},  // no number: the value stays
+      {"MultiPV", "3", "3"},         {"MultiPV", "-1", "1"},         {"MultiPV", "1000", "256"},
+      {"MultiPV", "", "256"},        {"MultiPV", "2x", "2"},
+      {"Move Overhead", "30", "30"}, {"Move Overhead", "-500", "0"}, {"Move Overhead", "999999", "5000"},
+      {"Move Overhead", "soon", "5000"},
+  };
+  for (const Case& c : cases) {
+    run(std::string("setoption name ") + c.name + " value " + c.value);
+    EXPECT_STREQ(uci->option_value(c.name), c.kept) << c.name << " " << c.value;
+  }
+}
+
+TEST_F(UciSide, MoveOverheadIsTheTimeKeptBack) {
+  for (const char* ms : {"1000", "30", "0", "5000"}) {
+    run(std::string("setoption name Move Overhead value ") + ms);
+    uci->set_limits("go wtime 60000 btime 60000 winc 100 binc 100");
+    const TimeAllocation a = allocate_time(60.0, 0.1, 30, 1.0, std::atoi(ms) / 1000.0);
+    EXPECT_DOUBLE_EQ(limits().target_time, a.target) << ms;
+    EXPECT_DOUBLE_EQ(limits().hard_limit, a.hard) << ms;
+  }
+  // The default keeps the original rule: time x 0.95 - 1 s.
+  run("setoption name Move Overhead value 1000");
+  uci->set_limits("go wtime 60000 btime 60000");
+  EXPECT_NEAR(limits().hard_limit, 14.0, 1e-9);
+}
+
+TEST_F(UciSide, MultiPvLinesInOrderEachIteration) {
+  set_up();
+  run("setoption name MultiPV value 3");
+  const std::string out = run("go depth 4");
+  const std::regex line("info depth ([0-9]+) seldepth [0-9]+ multipv ([0-9]+) score cp (-?[0-9]+)( \\w+bound)? .* pv (\\S+).*");
+  int count[5] = {0, 0, 0, 0, 0};
+  int last_depth = 0, last_number = 0, last_score = 0;
+  std::vector<std::string> firsts;
+  size_t at = 0;
+  while (at < out.size()) {
+    const size_t end = out.find('\n', at);
+    const std::string l = out.substr(at, end - at);
+    at = end + 1;
+    std::smatch m;
+    if (l.rfind("info depth", 0) == 0 && l.find(" pv ") != std::string::npos) {
+      ASSERT_TRUE(std::regex_match(l, m, line)) << l;
+      const int depth = std::stoi(m[1]), number = std::stoi(m[2]), score = std::stoi(m[3]);
+      ++count[depth];
+      if (depth == last_depth) {
+        EXPECT_EQ(number, last_number + 1) << l;
+        if (!m[4].matched) EXPECT_LE(score, last_score) << l;  // best first
+      } else {
+        EXPECT_EQ(number, 1) << l;
+        firsts.clear();
+      }
+      firsts.push_back(m[5]);
+      last_depth = depth, last_number = number, last_score = score;
+    }
+  }
+  for (int d = 1; d <= 4; ++d) EXPECT_EQ(count[d], 3) << "depth " << d;
+  // Three different first moves, and the move played is the first line's.
+  ASSERT_EQ(firsts.size(), 3u);
+  EXPECT_NE(firsts[0], firsts[1]);
+  EXPECT_NE(firsts[1], firsts[2]);
+  EXPECT_NE(firsts[0], firsts[2]);
+  EXPECT_EQ(last_line(out).substr(9, firsts[0].size()), firsts[0]);
+}
+
+TEST_F(UciSide, MultiPvBeyondTheLegalMovesGivesOneLineAMove) {
+  set_up();
+  run("setoption name MultiPV value 50");
+  run("position fen 4k3/8/8/8/8/8/8/R3K3 b - - 0 1");  // the Black king: d8 d7 e7 f7 f8
+  const std::string out = run("go depth 2");
+  for (int n = 1; n <= 5; ++n)
+    EXPECT_TRUE(std::regex_search(out, std::regex("info depth 2 seldepth [0-9]+ multipv " + std::to_string(n) + " ")))
+        << n << "\n" << out;
+  EXPECT_EQ(out.find(" multipv 6 "), std::string::npos);
+}
+
+TEST_F(UciSide, OneLineIsTheOriginalOutput) {
+  set_up();
+  run("setoption name MultiPV value 1");
+  const std::string out = run("go depth 3");
+  EXPECT_EQ(out.find("multipv"), std::string::npos);
+}
+
+TEST_F(UciSide, ThreadsSearchTheSameRootAndAnswerWithALegalMove) {
+  set_up();
+  run("setoption name Threads value 4");
+  for (const char* fen : {"r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq - 0 1",
+                          "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - - 0 1"}) {
+    run(std::string("position fen ") + fen);
+    const std::string out = run("go depth 7");
+    const std::string last = last_line(out);
+    ASSERT_EQ(last.rfind("bestmove ", 0), 0u) << out;
+    EXPECT_TRUE(legal_text(pos(), last.substr(9, 4))) << last;
+    EXPECT_EQ(search().threads(), 4);
+    // The nodes reported are those of every thread.
+    EXPECT_GT(search().total_nodes(), search().nodes);
+  }
 }

@@ -400,3 +400,17 @@ TEST_F(XboardCommands, ThinkingLine) {
   c->new_best(s);
   EXPECT_EQ(mem->out.substr(from), "");
 }
+
+// The time kept back from the clock: one second unless the settings file
+// says otherwise.
+TEST_F(XboardClock, TheTimeKeptBackIsASecondByDefault) {
+  xboard_level(limits, "40", "5", "0");
+  xboard_time(limits, 30000, 0);
+  EXPECT_NEAR(limits.target_time, 7.1, EPS);  // (300 x 0.95 - 1) / 40
+  xboard_time(limits, 30000, 0, 0.03);
+  EXPECT_NEAR(limits.target_time, (285.0 - 0.03) / 40, EPS);
+  xboard_time(limits, 100, 0, 0.03);  // one second on the clock: 0.92 s to share
+  EXPECT_NEAR(limits.target_time, (0.95 - 0.03) / 40, EPS);
+  xboard_time(limits, 100, 0);  // with the second kept back, nothing at all
+  EXPECT_EQ(limits.target_time, 0.0);
+}

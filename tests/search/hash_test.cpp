@@ -33,8 +33,8 @@ TEST(Hash, ShallowerResultGoesToTheSecondaryTable) {
   const u64 key = 0x123456789ABCDEFull;
   h.store(key, 0, 300, TT_LOWER, 50, 0x1234);
   h.store(key, 0, 120, TT_LOWER, 70, 0x4321);
-  EXPECT_EQ(h.primary[key & h.primary_mask].depth, 300);
-  EXPECT_EQ(h.secondary[key & h.secondary_mask].depth, 120);
+  EXPECT_EQ(h.primary[key & h.primary_mask].read().depth, 300);
+  EXPECT_EQ(h.secondary[key & h.secondary_mask].read().depth, 120);
   int score = 0;
   Move move = 0;
   // At the shallower depth the primary entry gives a cut-off first.
@@ -68,14 +68,14 @@ TEST(Hash, DisplacedEntryMovesToTheNewcomersSecondarySlot) {
   const u64 a = 0x1000, b = a + (h.primary_mask + 1);  // same primary slot
   h.store(a, 0, 120, TT_LOWER, 1, 0xA);
   h.store(b, 0, 240, TT_LOWER, 2, 0xB);
-  EXPECT_EQ(h.primary[b & h.primary_mask].key, b);
-  EXPECT_EQ(h.secondary[b & h.secondary_mask].key, a);
+  EXPECT_EQ(h.primary[b & h.primary_mask].read().key, b);
+  EXPECT_EQ(h.secondary[b & h.secondary_mask].read().key, a);
   // An entry of an older age is overwritten without being saved.
   h.new_search();
   const u64 c = b + (h.primary_mask + 1);
   h.store(c, 0, 60, TT_LOWER, 3, 0xC);
-  EXPECT_EQ(h.primary[c & h.primary_mask].key, c);
-  EXPECT_EQ(h.secondary[c & h.secondary_mask].key, a);
+  EXPECT_EQ(h.primary[c & h.primary_mask].read().key, c);
+  EXPECT_EQ(h.secondary[c & h.secondary_mask].read().key, a);
 }
 
 TEST(Hash, MateAdjustmentIsTheSameBothWays) {
@@ -84,15 +84,15 @@ TEST(Hash, MateAdjustmentIsTheSameBothWays) {
   h.new_search();
   const u64 key = 42;
   h.store(key, 5, 120, TT_EXACT, 29990, 0);
-  EXPECT_EQ(h.primary[key & h.primary_mask].score, 29985);
+  EXPECT_EQ(h.primary[key & h.primary_mask].read().score, 29985);
   int score = 0;
   Move move = 0;
   EXPECT_EQ(h.probe(key, 5, 120, -30000, 30000, score, move), TT_EXACT);
   EXPECT_EQ(score, 29980);
   h.store(key, 5, 120, TT_EXACT, -29990, 0);
-  EXPECT_EQ(h.primary[key & h.primary_mask].score, -29985);
+  EXPECT_EQ(h.primary[key & h.primary_mask].read().score, -29985);
   h.store(key, 5, 120, TT_EXACT, 3000, 0);
-  EXPECT_EQ(h.primary[key & h.primary_mask].score, 3000);
+  EXPECT_EQ(h.primary[key & h.primary_mask].read().score, 3000);
 }
 
 TEST(Hash, BoundsAndMiss) {
@@ -119,5 +119,5 @@ TEST(Hash, AgeCyclesFromOneToFifteen) {
   h.new_search();
   EXPECT_EQ(h.age, 1);
   h.store(5, 0, 60, TT_LOWER, 1, 0x7654321);
-  EXPECT_EQ(h.primary[5].info, (1u << 28) | (4u << 24) | 0x654321u);  // move kept to 24 bits
+  EXPECT_EQ(h.primary[5].read().info, (1u << 28) | (4u << 24) | 0x654321u);  // move kept to 24 bits
 }

@@ -114,8 +114,8 @@ TEST_F(SearchT, QuiescenceNeverTouchesTheTable) {
   setup("r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq - 0 1");
   tt->clear();
   s->quiesce(c->pos, -MATE, MATE, 1, 1);
-  for (u32 i = 0; i < tt->primary_count; ++i) ASSERT_EQ(tt->primary[i].key, 0u);
-  for (u32 i = 0; i < tt->secondary_count; ++i) ASSERT_EQ(tt->secondary[i].key, 0u);
+  for (u32 i = 0; i < tt->primary_count; ++i) ASSERT_EQ(tt->primary[i].read().key, 0u);
+  for (u32 i = 0; i < tt->secondary_count; ++i) ASSERT_EQ(tt->secondary[i].read().key, 0u);
 }
 
 TEST_F(SearchT, MateDistancePruning) {

@@ -217,17 +217,20 @@ void Session::close_input() {
 
 double Session::elapsed() const { return now_s() - start_; }
 
-long Session::rss_kb() const {
+long Session::status_field(const char* format) const {
   if (pid_ <= 0) return -1;
   std::FILE* f = std::fopen(("/proc/" + std::to_string(pid_) + "/status").c_str(), "r");
   if (!f) return -1;
   char line[256];
-  long kb = -1;
+  long value = -1;
   while (std::fgets(line, sizeof line, f))
-    if (std::sscanf(line, "VmRSS: %ld kB", &kb) == 1) break;
+    if (std::sscanf(line, format, &value) == 1) break;
   std::fclose(f);
-  return kb;
+  return value;
 }
+
+long Session::rss_kb() const { return status_field("VmRSS: %ld kB"); }
+long Session::threads() const { return status_field("Threads: %ld"); }
 
 bool Session::pump(double timeout_s) {
   if (eof_) return false;

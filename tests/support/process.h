@@ -39,6 +39,8 @@ class Session {
   explicit Session(const std::string& dir = "");
   // Resident memory of the process in kB (from /proc), or -1.
   long rss_kb() const;
+  // Threads of the process (from /proc), or -1.
+  long threads() const;
   ~Session();
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
@@ -56,6 +58,7 @@ class Session {
   double elapsed() const;
 
  private:
+  long status_field(const char* format) const;
   bool pump(double timeout_s);  // reads what is there; false at end of output
   int pid_ = -1, in_fd_ = -1, out_fd_ = -1;
   std::string partial_;

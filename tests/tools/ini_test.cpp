@@ -177,3 +177,30 @@ TEST_F(Ini, EveryKeyInOneFile) {
   EXPECT_EQ(read(), "egbb: /opt/egbb/\nopening database: /opt/book.bin\n");
   EXPECT_EQ(settings.hash_size, 256);
 }
+
+// Additions: the search threads and the time kept back from the clock for
+// xboard play, held to their ranges.
+TEST_F(Ini, ThreadsAndMoveOverhead) {
+  write("n_threads=4\noverheads=30\n");
+  read();
+  EXPECT_EQ(settings.threads, 4);
+  EXPECT_EQ(settings.move_overhead_ms, 30);
+  write("n_threads=0\noverheads=-5\n");
+  read();
+  EXPECT_EQ(settings.threads, 1);
+  EXPECT_EQ(settings.move_overhead_ms, 0);
+  write("n_threads=99999999999999\noverheads=99999999999\n");
+  read();
+  EXPECT_EQ(settings.threads, THREADS_MAX);
+  EXPECT_EQ(settings.move_overhead_ms, MOVE_OVERHEAD_MAX_MS);
+  // Text is no number: the defaults stand, as they do without the keys.
+  write("n_threads=many\noverheads=some\n");
+  read();
+  EXPECT_EQ(settings.threads, THREADS_DEFAULT);
+  EXPECT_EQ(settings.move_overhead_ms, MOVE_OVERHEAD_DEFAULT_MS);
+  write("hash_size=16\n");
+  settings.threads = 7;
+  read();
+  EXPECT_EQ(settings.threads, 1);  // each read starts from the defaults
+  EXPECT_EQ(settings.move_overhead_ms, 1000);
+}

@@ -1,0 +1,124 @@
+// Helper searches in process: several threads on one table give a legal
+// move, stop with the main search whatever ends it, are made once and kept,
+// and change count only between searches.
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "position/fen.h"
+#include "position/movegen.h"
+#include "search/helpers.h"
+#include "tests/search/search_fixture.h"
+
+using namespace orvo;
+
+namespace {
+
+class Threads : public orvo::test::SearchTest {
+ protected:
+  bool legal(Move m) {
+    board b = c->pos;
+    if (!is_generated(b, m)) return false;
+    undo u;
+    return make(b, m, u);
+  }
+};
+
+constexpr const char* POSITIONS[] = {
+    "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq - 0 1",
+    "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - - 0 1",
+    "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1",
+    "6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - 0 1",
+};
+
+// Stops the search once it has run this many of its own nodes.
+class StopAfter : public SearchListener {
+ public:
+  explicit StopAfter(i64 n) : n_(n) {}
+  bool keep_searching(Search& s) override {
+    if (s.nodes >= n_) s.state.stop_command = true;
+    return true;
+  }
+
+ private:
+  i64 n_;
+};
+
+}  // namespace
+
+TEST_F(Threads, SeveralThreadsGiveALegalMoveAtEveryDepth) {
+  s->set_threads(4);
+  for (const char* fen : POSITIONS) {
+    for (int depth : {1, 3, 6}) {
+      const Move m = think_depth(fen, depth);
+      EXPECT_TRUE(legal(m)) << fen << " depth " << depth;
+      EXPECT_EQ(s->state.best_depth, depth) << fen;
+      EXPECT_GE(s->total_nodes(), s->nodes);
+    }
+  }
+}
+
+TEST_F(Threads, HelpersStopWithAStopCommandAndWithAnAnalysis) {
+  s->set_threads(3);
+  StopAfter listener(200000);
+  s->set_listener(&listener);
+  setup(POSITIONS[0]);
+  s->limits.infinite = true;
+  const Move m = s->think(c->pos);
+  EXPECT_TRUE(legal(m));
+  EXPECT_TRUE(s->state.stop_command);
+  // The helpers searched too, and stopped: the next search starts at once.
+  EXPECT_GT(s->total_nodes(), s->nodes);
+  s->set_listener(nullptr);
+  EXPECT_TRUE(legal(think_depth(POSITIONS[1], 4)));
+}
+
+TEST_F(Threads, GivingUpStopsTheHelpersToo) {
+  class GiveUpLater : public SearchListener {
+   public:
+    bool keep_searching(Search& s) override { return s.nodes < 50000; }
+  } listener;
+  s->set_threads(4);
+  s->set_listener(&listener);
+  setup(POSITIONS[0]);
+  s->limits.infinite = true;
+  s->think(c->pos);
+  EXPECT_TRUE(s->state.abandoned);
+  s->set_listener(nullptr);
+  EXPECT_TRUE(legal(think_depth(POSITIONS[2], 3)));
+}
+
+TEST_F(Threads, CountChangesBetweenSearchesAndManySearchesRunClean) {
+  for (int round = 0; round < 3; ++round) {
+    for (int threads : {1, 2, 4, 3, 1}) {
+      s->set_threads(threads);
+      EXPECT_EQ(s->threads(), threads);
+      EXPECT_TRUE(legal(think_depth(POSITIONS[round], 4)));
+    }
+  }
+  s->set_threads(0);
+  EXPECT_EQ(s->threads(), 1);
+  s->set_threads(100000);
+  EXPECT_EQ(s->threads(), MAX_THREADS);
+}
+
+TEST_F(Threads, OneThreadIsTheSearchOfOneThread) {
+  // The signature of a single-threaded search does not see the helpers'
+  // code at all: the same nodes with and without a pool used before.
+  const Move alone = think_depth(POSITIONS[0], 6);
+  const i64 nodes_alone = s->nodes;
+  s->set_threads(3);
+  think_depth(POSITIONS[0], 6);
+  s->set_threads(1);
+  tt->clear();
+  const auto fresh = std::make_unique<Search>(*tt);
+  board b;
+  set_position(b, POSITIONS[0]);
+  fresh->reset(true);
+  fresh->ordering.clear_killers();
+  fresh->limits.fixed_depth = true;
+  fresh->limits.depth_limit = 6;
+  EXPECT_EQ(fresh->think(b), alone);
+  EXPECT_EQ(fresh->nodes, nodes_alone);
+  EXPECT_EQ(fresh->total_nodes(), fresh->nodes);
+}
