@@ -4,11 +4,14 @@ benchmark positions searched to a fixed depth through one protocol, each
 from a new game, the nodes taken from the engine's own output and the time
 from this script's clock around each search.
 
-    protocol_nps.py ORVO uci|xboard DEPTH [SOURCE]
+    protocol_nps.py ORVO uci|xboard DEPTH [SOURCE] [--threads N]
 
 Prints "PROTOCOL nodes N seconds S nps M". The positions are the benchmark
 positions, read from the quoted FEN lines of SOURCE (default: the
-repository's search/bench.cpp, the list "orvo bench" searches)."""
+repository's search/bench.cpp, the list "orvo bench" searches). With
+--threads the engine searches with that many threads (UCI only: under
+xboard the thread count comes from the ini file's n_threads), so that the seconds of two runs compare the
+time to the same depth: the speed-up of the helper threads."""
 import os
 import re
 import subprocess
@@ -27,11 +30,13 @@ def read_until(proc, pred):
             return lines
 
 
-def uci(binary, fens, depth):
+def uci(binary, fens, depth, threads):
     p = subprocess.Popen([binary], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, bufsize=1,
                          cwd="/tmp")
     send = lambda s: (p.stdin.write(s + "\n"), p.stdin.flush())
     send("uci")
+    if threads:
+        send("setoption name Threads value %d" % threads)
     send("isready")
     read_until(p, lambda l: l.startswith("readyok"))
     nodes, seconds = 0, 0.0
@@ -51,7 +56,7 @@ def uci(binary, fens, depth):
     return nodes, seconds
 
 
-def xboard(binary, fens, depth):
+def xboard(binary, fens, depth, threads):
     p = subprocess.Popen([binary], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, bufsize=1,
                          cwd="/tmp")
     send = lambda s: (p.stdin.write(s + "\n"), p.stdin.flush())
@@ -79,11 +84,18 @@ def xboard(binary, fens, depth):
 
 
 def main():
-    binary, protocol, depth = os.path.abspath(sys.argv[1]), sys.argv[2], int(sys.argv[3])
+    args, threads = sys.argv[1:], 0
+    if "--threads" in args:
+        i = args.index("--threads")
+        threads = int(args[i + 1])
+        del args[i:i + 2]
+        if args[1] != "uci":
+            sys.exit("--threads is set through UCI's Threads option: use uci")
+    binary, protocol, depth = os.path.abspath(args[0]), args[1], int(args[2])
     here = os.path.dirname(os.path.abspath(__file__))
-    source = sys.argv[4] if len(sys.argv) > 4 else os.path.join(here, "..", "search", "bench.cpp")
+    source = args[3] if len(args) > 3 else os.path.join(here, "..", "search", "bench.cpp")
     fens = re.findall(r'^\s*"([^"]+/[^"]+)",\s*$', open(source).read(), re.M)
-    nodes, seconds = (uci if protocol == "uci" else xboard)(binary, fens, depth)
+    nodes, seconds = (uci if protocol == "uci" else xboard)(binary, fens, depth, threads)
     print("%s nodes %d seconds %.3f nps %.0f" % (protocol, nodes, seconds, nodes / seconds if seconds else 0))
 
 

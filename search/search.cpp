@@ -9,6 +9,7 @@
 #include "position/movegen.h"
 #include "position/tables.h"
 #include "search/draws.h"
+#include "search/helpers.h"
 #include "search/tree.h"
 #include "tools/egbb.h"
 
@@ -35,6 +36,9 @@ constexpr int LATE_MOVE_INDEX = 5, LATE_MOVE_DEPTH = 5 * PLY;
 constexpr int KING_CAPTURE_SCORE = -777777;
 constexpr int WINNING_CAPTURE_BASE = 1000000;
 constexpr int DELTA_MARGIN = 100;
+// With helpers, a PV node with this much depth left offers its moves after
+// the first to them.
+constexpr int SPLIT_MIN_DEPTH = 3 * PLY;
 
 
 }  // namespace
@@ -57,6 +61,21 @@ bool Search::bitbase_probe_allowed(const board& b, int ply) const {
   const Move last = b.last_move;
   if (ply < d / 2 && move_captured(last) == 0 && move_piece(last) != PAWN) return false;
   return true;
+}
+
+int Search::move_extension(board& b, Move m, bool in_check, bool single_reply, int last_to, bool pv_node) {
+  int e = (in_check && single_reply) ? SINGLE_REPLY_EXTENSION : 0;
+  if (b.in_check) e += CHECK_EXTENSION;
+  if (e == 0 && pv_node) {
+    const int from = move_from(m), to = move_to(m);
+    if (to == last_to && see(b, from, to) > 0) {
+      e = RECAPTURE_EXTENSION;
+      ++stats.recapture_extensions;
+    } else if (pawn_extension_test(b, from, to, b.xside)) {
+      e = PAWN_EXTENSION;
+    }
+  }
+  return e > MAX_EXTENSION ? MAX_EXTENSION : e;
 }
 
 int Search::search(board& b, int depth, int ply, int alpha, int beta, int node_type, Move* pv) {
@@ -121,25 +140,26 @@ int Search::search(board& b, int depth, int ply, int alpha, int beta, int node_t
   Move child_pv[MAX_PLY + 2];
   undo u;
   bool cutoff = false;
+  // With helpers, a deep enough PV node hands its moves after the first to
+  // them, and takes its own from the list it gave them.
+  SplitPoint* split = nullptr;
+  const Move* split_list = nullptr;
+  int split_count = 0, split_next = 0;
 
-  while (const Move m = ordering.next_move(b, picker)) {
+  for (;;) {
+    Move m;
+    if (split_list) {
+      if (split_next >= split_count) break;
+      HelperPool::main_at(*split, split_next);
+      m = split_list[split_next++];
+    } else if (!(m = ordering.next_move(b, picker))) {
+      break;
+    }
     if (!make(b, m, u)) continue;
     ++legal;
     const int mover = b.xside;
-    const bool check = gives_check(b);
-    b.in_check = check;
-    int e = (in_check && single_reply) ? SINGLE_REPLY_EXTENSION : 0;
-    if (check) e += CHECK_EXTENSION;
-    if (e == 0 && node_type == PV_NODE) {
-      const int from = move_from(m), to = move_to(m);
-      if (to == last_to && see(b, from, to) > 0) {
-        e = RECAPTURE_EXTENSION;
-        ++stats.recapture_extensions;
-      } else if (pawn_extension_test(b, from, to, mover)) {
-        e = PAWN_EXTENSION;
-      }
-    }
-    if (e > MAX_EXTENSION) e = MAX_EXTENSION;
+    b.in_check = gives_check(b);
+    const int e = move_extension(b, m, in_check, single_reply, last_to, node_type == PV_NODE);
     int new_depth = depth + e;
     bool reduced = false;
     if (node_type != PV_NODE && e == 0 && depth == PRE_FRONTIER_DEPTH &&
@@ -184,10 +204,25 @@ int Search::search(board& b, int depth, int ply, int alpha, int beta, int node_t
         }
         const int plies = new_depth / PLY;
         ordering.history[b.side][move_from(m)][move_to(m)] += plies * plies;
+        if (split) split->alpha.store(alpha, std::memory_order_relaxed);
       }
     }
     if (node_type == CUT_NODE) node_type = ALL_NODE;
+    if (parallel_ && legal == 1 && !split && node_type == PV_NODE && depth >= SPLIT_MIN_DEPTH) {
+      // The first move is searched: the rest of the node's moves, in the
+      // picker's order, become a split point.
+      Move* list = split_moves_.get() + ply * MAX_MOVES;
+      list[0] = m;
+      int n = 1;
+      while (n < MAX_MOVES && (list[n] = ordering.next_move(b, picker))) ++n;
+      split = &helpers_->split_point(ply);
+      helpers_->open_split(*split, b, depth, ply, in_check, single_reply, alpha, list, n);
+      split_list = list;
+      split_count = n;
+      split_next = 1;
+    }
   }
+  if (split) HelperPool::close_split(*split);
 
   if (legal == 0) return in_check ? ply - MATE : 0;
   if (!cutoff && best_move && move_is_quiet(best_move)) ordering.update_killers(ply, best_move);

@@ -17,6 +17,9 @@ namespace orvo {
 
 class Bitbases;
 class HelperPool;
+struct SplitPoint;
+struct SplitTask;
+struct MainProgress;
 
 constexpr int MATE = 30000;
 constexpr int NO_SCORE = -50000;
@@ -176,9 +179,25 @@ class Search {
   void set_poll_interval(int nodes) { poll_setting_ = nodes < 1 ? 1 : nodes; }
   // Makes this a helper search, number id (1, 2, ...): it leaves the age of
   // the table to the main search, keeps pawn-structure tables of its own,
-  // and odd helpers begin one ply deeper, so that the threads do not all
-  // search the same trees at the same time.
-  void make_helper(int id) { helper_id_ = id; }
+  // and its iterations run ahead of the main search's (lead: the ply of the
+  // main search's running iteration), odd helpers one ply, even ones two,
+  // so that the threads do not all search the same trees at the same time.
+  void make_helper(int id, const MainProgress* lead) {
+    helper_id_ = id;
+    lead_ = lead;
+  }
+  // A helper's share of a split point of the main search (node: its
+  // position, moves: its moves): moves taken from the far end of the list,
+  // each searched as the main search would search it after its first move,
+  // with a null window at the split point's alpha, until the main search
+  // reaches them or the listener gives the work up. The results are left
+  // in the table, where the main search finds them.
+  void search_split(const board& node, SplitPoint& sp, const SplitTask& task, const Move* moves);
+  // The split point this helper works on (null outside one), its generation
+  // then, and the index of its move there.
+  const SplitPoint* split_point() const { return split_; }
+  u64 split_generation() const { return split_generation_; }
+  int split_move() const { return split_move_; }
 
   SearchLimits limits{};
   SearchState state{};
@@ -219,6 +238,11 @@ class Search {
   // Stores the score with the principal variation (a walk that in practice
   // stores nothing, see search_root).
   void replay_pv(board& b, int best);
+  // A root move's extension, on the board after it (in_check set).
+  int root_extension(board& b, Move m, bool root_in_check, int last_to);
+  // The extension of a move at a node below the root, on the board after
+  // it (in_check set): in_check and single_reply are the node's.
+  int move_extension(board& b, Move m, bool in_check, bool single_reply, int last_to, bool pv_node);
   // The lines after the first, with the first one's result copied in.
   void search_more_lines(int depth);
   // The end of the search: the clock stopped and the expected reply taken
@@ -237,6 +261,15 @@ class Search {
   std::jmp_buf* abort_point_ = nullptr;
   int threads_ = 1;
   int helper_id_ = 0;  // 0: the main search
+  const MainProgress* lead_ = nullptr;
+  // The main search with helpers: it opens split points, and keeps the
+  // moves of each ply's node here (MAX_MOVES per ply).
+  bool parallel_ = false;
+  std::unique_ptr<Move[]> split_moves_;
+  // A helper's split point, its generation and move.
+  SplitPoint* split_ = nullptr;
+  u64 split_generation_ = 0;
+  int split_move_ = -1;
   std::unique_ptr<HelperPool> helpers_;
   int multi_pv_ = 1;
   int line_count_ = 0;

@@ -58,6 +58,21 @@ void Search::report_new_best() {
 
 void Search::report_root_move() { listener_->root_move(*this); }
 
+int Search::root_extension(board& b, Move m, bool root_in_check, int last_to) {
+  // A check at the root extends every move by a ply; the other tests are
+  // those of the tree, without its PV-node condition.
+  int e = root_in_check ? CHECK_EXTENSION : 0;
+  if (b.in_check) e += CHECK_EXTENSION;
+  if (e == 0) {
+    const int from = move_from(m), to = move_to(m), mover = b.xside;
+    if (to == last_to && see(b, from, to) > 0)
+      e = RECAPTURE_EXTENSION;
+    else if (pawn_extension_test(b, from, to, mover))
+      e = PAWN_EXTENSION;
+  }
+  return e > MAX_EXTENSION ? MAX_EXTENSION : e;
+}
+
 int Search::order_root_moves(board& b) {
   undo u;
   int legal = 0;
@@ -107,28 +122,20 @@ int Search::search_root(board& b, int depth, int alpha, int beta, bool first_ite
   int legal = 0;
   undo u;
   Move child_pv[MAX_PLY + 2];
+  // Helpers take the moves after the first from the far end of the list.
+  const bool can_split = parallel_ && line == 0 && !first_iteration;
+  SplitPoint* split = nullptr;
   for (int i = line; i < state.root_count; ++i) {
     const Move m = state.root_moves[i];
+    if (split) HelperPool::main_at(*split, i);
     state.current_depth = depth / PLY;
     state.current_move_index = i;
     state.current_move = m;
     report_root_move();
     if (!make(b, m, u)) continue;
     ++legal;
-    const bool check = is_attacked(b, b.king_sq[b.side], b.xside);
-    b.in_check = check;
-    // A check at the root extends every move by a ply; the other tests are
-    // those of the tree, without its PV-node condition.
-    int e = root_in_check ? CHECK_EXTENSION : 0;
-    if (check) e += CHECK_EXTENSION;
-    if (e == 0) {
-      const int from = move_from(m), to = move_to(m), mover = b.xside;
-      if (to == last_to && see(b, from, to) > 0)
-        e = RECAPTURE_EXTENSION;
-      else if (pawn_extension_test(b, from, to, mover))
-        e = PAWN_EXTENSION;
-    }
-    if (e > MAX_EXTENSION) e = MAX_EXTENSION;
+    b.in_check = is_attacked(b, b.king_sq[b.side], b.xside);
+    const int e = root_extension(b, m, root_in_check, last_to);
     int score;
     if (legal == 1 || first_iteration) {
       score = -search(b, depth + e - PLY, 1, -beta, -alpha, PV_NODE, child_pv);
@@ -168,13 +175,59 @@ int Search::search_root(board& b, int depth, int alpha, int beta, bool first_ite
         // exact score for the ordering.
         if (!first_iteration) alpha = score;
         if (score >= beta) break;
+        if (split) split->alpha.store(alpha, std::memory_order_relaxed);
       }
     }
+    if (can_split && !split && legal == 1 && i == 0) {
+      split = &helpers_->split_point(0);
+      helpers_->open_split(*split, b, depth, 0, root_in_check, false, alpha, state.root_moves, state.root_count);
+    }
   }
+  if (split) HelperPool::close_split(*split);
   bubble_sort(state.root_moves + line, state.root_scores + line, state.root_count - line);
   if (line == 0 && entry_alpha < best && best < beta) replay_pv(b, best);
   b.in_check = root_in_check;
   return best;
+}
+
+void Search::search_split(const board& node, SplitPoint& sp, const SplitTask& task, const Move* moves) {
+  std::jmp_buf here;
+  abort_point_ = &here;
+  if (setjmp(here)) {
+    // Given up from inside the tree; the working copy is discarded.
+    abort_point_ = nullptr;
+    split_ = nullptr;
+    split_move_ = -1;
+    return;
+  }
+  work_ = node;
+  split_ = &sp;
+  split_generation_ = task.generation;
+  // The bitbase rule reads the iteration's depth: the main search's.
+  if (lead_) root_depth = lead_->depth.load(std::memory_order_relaxed);
+  seldepth = task.ply;
+  const int last_to = move_to(work_.last_move);
+  undo u;
+  Move child_pv[MAX_PLY + 2];
+  for (;;) {
+    const int i = sp.tail.fetch_sub(1, std::memory_order_relaxed) - 1;
+    if (i <= sp.main_index.load(std::memory_order_relaxed) ||
+        sp.generation.load(std::memory_order_relaxed) != task.generation)
+      break;
+    split_move_ = i;
+    const Move m = moves[i];
+    if (!make(work_, m, u)) continue;
+    work_.in_check = is_attacked(work_, work_.king_sq[work_.side], work_.xside);
+    const int e = task.ply == 0 ? root_extension(work_, m, task.in_check, last_to)
+                                : move_extension(work_, m, task.in_check, task.single_reply, last_to, true);
+    const int alpha = sp.alpha.load(std::memory_order_relaxed);
+    // The main search's own null-window search of the move.
+    search(work_, task.depth + e - PLY, task.ply + 1, -alpha - 1, -alpha, CUT_NODE, child_pv);
+    unmake(work_, u);
+  }
+  split_ = nullptr;
+  split_move_ = -1;
+  abort_point_ = nullptr;
 }
 
 void Search::search_more_lines(int depth) {
@@ -281,11 +334,24 @@ Move Search::think(const board& game) {
   if (!helper_id_ && (threads_ > 1 || helpers_)) {
     if (!helpers_) helpers_ = std::make_unique<HelperPool>(tt_, bitbases_);
     helpers_->resize(threads_ - 1);
+    if (!split_moves_) split_moves_ = std::make_unique<Move[]>((MAX_PLY + 1) * MAX_MOVES);
     helpers_->start(game);
   }
+  parallel_ = helpers_ && helpers_->size() > 0;
 
-  const int first = FIRST_ITERATION + (helper_id_ % 2) * PLY;
-  for (int d = first; d <= MAX_ITERATION; d += PLY) {
+  // A helper runs ahead of the main search: odd ones a ply, even ones two.
+  const int lead = helper_id_ ? 2 - helper_id_ % 2 : 0;
+  for (int d = FIRST_ITERATION; d <= MAX_ITERATION; d += PLY) {
+    if (lead_) {
+      const int ahead = lead_->depth.load(std::memory_order_relaxed) + lead;
+      if (d / PLY < ahead) {
+        d = ahead * PLY + d % PLY;
+        state.previous_score = lead_->score.load(std::memory_order_relaxed);
+      }
+      if (d > MAX_ITERATION) break;
+    } else if (helpers_) {
+      helpers_->main_iteration(d / PLY, state.previous_score);
+    }
     const int p = d / PLY;
     root_depth = p;
     state.score_dropped = state.previous_score_dropped = false;

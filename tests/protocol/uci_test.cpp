@@ -896,7 +896,9 @@ TEST_F(UciSide, MultiPvLinesInOrderEachIteration) {
       ++count[depth];
       if (depth == last_depth) {
         EXPECT_EQ(number, last_number + 1) << l;
-        if (!m[4].matched) EXPECT_LE(score, last_score) << l;  // best first
+        if (!m[4].matched) {
+          EXPECT_LE(score, last_score) << l;  // best first
+        }
       } else {
         EXPECT_EQ(number, 1) << l;
         firsts.clear();

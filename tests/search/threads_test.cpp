@@ -3,7 +3,9 @@
 // and change count only between searches.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <memory>
+#include <thread>
 
 #include "position/fen.h"
 #include "position/movegen.h"
@@ -121,4 +123,75 @@ TEST_F(Threads, OneThreadIsTheSearchOfOneThread) {
   EXPECT_EQ(fresh->think(b), alone);
   EXPECT_EQ(fresh->nodes, nodes_alone);
   EXPECT_EQ(fresh->total_nodes(), fresh->nodes);
+}
+
+namespace {
+
+// Black has neither rook nor queen, so that a child of the root (Black to
+// move) never takes the null move's cut-off, which stores nothing.
+constexpr const char* NO_NULL_MOVE_FOR_BLACK = "4k3/pppppppp/8/8/8/8/PPPPPPPP/R3K2R w KQ - 0 1";
+
+// The table's entry for the key, from either table; depth -1 if none.
+int stored_depth(const hash& tt, u64 key) {
+  const TTSlot p = tt.primary[key & tt.primary_mask].read();
+  if (p.key == key) return p.depth;
+  const TTSlot s = tt.secondary[key & tt.secondary_mask].read();
+  return s.key == key ? s.depth : -1;
+}
+
+}  // namespace
+
+TEST_F(Threads, AHelperSearchesASplitPointsMovesAndLeavesTheMainSearchsMoveAlone) {
+  setup(NO_NULL_MOVE_FOR_BLACK);
+  MoveList list;
+  generate_all(c->pos, list);
+  u64 child[MAX_MOVES];
+  for (int i = 0; i < list.count; ++i) {
+    board b = c->pos;
+    undo u;
+    ASSERT_TRUE(make(b, list.moves[i], u));
+    child[i] = b.key;
+  }
+  HelperPool pool(*tt, nullptr);
+  pool.resize(1);
+  pool.start(c->pos);
+  // A window no move reaches: every child fails high at once and stores a
+  // lower bound with the split's depth less a ply (no move here extends).
+  constexpr int DEPTH = 6 * PLY, CHILD_DEPTH = DEPTH - PLY, ALPHA = MATE - 1000;
+  SplitPoint& sp = pool.split_point(0);
+  pool.open_split(sp, c->pos, DEPTH, 0, false, false, ALPHA, list.moves, list.count);
+  // The main search stays on move 0; wait (at most ten seconds) until the
+  // helper has been through the others.
+  int done = 0;
+  for (int wait = 0; wait < 1000 && done < list.count - 1; ++wait) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    done = 0;
+    for (int i = 1; i < list.count; ++i) done += stored_depth(*tt, child[i]) >= CHILD_DEPTH;
+  }
+  EXPECT_EQ(done, list.count - 1);
+  EXPECT_FALSE(sp.has_work());
+  HelperPool::close_split(sp);
+  pool.stop();
+  // The helper may have met move 0's position on its own, before the split
+  // point opened, but never searched it to the split's depth.
+  EXPECT_LT(stored_depth(*tt, child[0]), CHILD_DEPTH);
+  EXPECT_GT(pool.nodes(), 0);
+}
+
+TEST_F(Threads, AHelperTakesNoMoveTheMainSearchHasReached) {
+  setup(POSITIONS[2]);
+  MoveList list;
+  generate_all(c->pos, list);
+  HelperPool pool(*tt, nullptr);
+  pool.resize(1);
+  pool.start(c->pos);
+  SplitPoint& sp = pool.split_point(0);
+  pool.open_split(sp, c->pos, 5 * PLY, 0, false, false, MATE - 1000, list.moves, list.count);
+  HelperPool::main_at(sp, list.count - 1);
+  EXPECT_FALSE(sp.has_work());
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  // Nothing was taken: the next move a helper would take is still the last.
+  EXPECT_EQ(sp.tail.load(), list.count);
+  HelperPool::close_split(sp);
+  pool.stop();
 }
