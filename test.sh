@@ -44,6 +44,8 @@ echo "== front end: Orvo (xboard, started by xboard itself, pondering) against f
 GUI_PROTOCOL=xboard GUI_PONDER=1 ./tests/gui/run_gui_games.sh "$orvo" "${games:-2}" </dev/null
 echo "== front end: Orvo analyses a game in xboard's analysis mode"
 ./tests/gui/run_gui_analysis.sh "$orvo" </dev/null
+echo "== front end: the same analysis on the UCI side through polyglot, with MultiPV 4"
+GUI_PROTOCOL=uci GUI_FIRST_OPTIONS="MultiPV=4" ./tests/gui/run_gui_analysis.sh "$orvo" </dev/null
 echo "== front end: cutechess-cli, xboard and UCI, against fairymax and phalanx"
 ./tests/gui/cutechess_games.sh "$orvo" $games </dev/null
 echo "== front end: a game against fairymax from a book Orvo builds itself with create"

@@ -1,20 +1,21 @@
 #!/usr/bin/env python3
 """Checks an xboard debug log of an "Analyze File" run (run_gui_analysis.sh).
 
-usage: check_analysis_log.py XBOARD_DEBUG ENGINE [IGNORED]
+usage: check_analysis_log.py [--exit-unanswered] XBOARD_DEBUG ENGINE [IGNORED]
 
 Every position the engine was given while it analysed must get thinking
 lines; the first move of each thinking line must be legal in the position
 the engine was analysing (or, for a line sent while a move was on its way,
 the position before); "exit" must be answered with "Analyze stopped". The
 referee is a second engine process in force mode: a move it cannot play
-makes it say "play move failed.".
+makes it say "play move failed.". With --exit-unanswered (the UCI side
+through polyglot, which says nothing to "exit") only "exit" must be sent.
 """
 import re
 import subprocess
 import sys
 
-THINKING = re.compile(r"^\s*(\d+)\s+(-?\d+)\s+(\d+)\s+(\d+)\s+(\S+)")
+THINKING = re.compile(r"^\s*(\d+)\s+([-+]?\d+)\s+(\d+)\s+(\d+)\s+(\S+)")
 
 
 class Referee:
@@ -54,7 +55,10 @@ class Referee:
 
 
 def main():
-    log_path, engine = sys.argv[1], sys.argv[2]
+    args = sys.argv[1:]
+    exit_answered = "--exit-unanswered" not in args
+    args = [a for a in args if a != "--exit-unanswered"]
+    log_path, engine = args[0], args[1]
     try:
         lines = open(log_path, encoding="utf-8", errors="replace").read().splitlines()
     except OSError:
@@ -128,7 +132,7 @@ def main():
     referee.close()
     if not exit_sent:
         problems.append("xboard never sent exit (the game was not analysed to its end)")
-    elif not stopped:
+    elif exit_answered and not stopped:
         problems.append("\"exit\" was not answered with \"Analyze stopped\"")
     total = sum(len(f) for _, f in segments)
     print("analysis under xboard: %d positions analysed of %d, %d thinking lines, %d moves"

@@ -6,6 +6,12 @@
 #
 #   tests/gui/run_gui_analysis.sh ENGINE_PATH [SECONDS_PER_MOVE]
 #
+#   GUI_PROTOCOL=uci        Orvo's UCI side through the polyglot adapter
+#                           instead (default: xboard)
+#   GUI_FIRST_OPTIONS=...   engine options xboard sets at the start
+#                           (-firstOptions, e.g. "MultiPV=4" for the UCI side)
+#   GUI_ARTIFACTS=DIR       keeps xboard's debug log and the game there
+#
 # It checks, from xboard's debug log, that every position of the game got
 # thinking lines, that each line's first move is legal in the position it
 # was sent for (replayed by a second orvo as referee), that "exit" was
@@ -32,6 +38,12 @@ delay=${2:-1}
 export PATH="/usr/games:/usr/local/games:$PATH"
 source "$here/../../scripts/packages.sh"
 need_packages xboard xvfb python3 >/dev/null
+protocol=${GUI_PROTOCOL:-xboard}
+case $protocol in
+    xboard) ;;
+    uci) need_packages polyglot >/dev/null ;;
+    *) die "GUI_PROTOCOL must be uci or xboard, got '$protocol'" ;;
+esac
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/orvo-analysis.XXXXXX") || die "mktemp failed"
 xvfb_pid=
@@ -45,7 +57,7 @@ cleanup() {
         kill -TERM "$xvfb_pid" 2>/dev/null
         wait "$xvfb_pid" 2>/dev/null
     fi
-    [ -n "${GUI_ARTIFACTS:-}" ] && mkdir -p "$GUI_ARTIFACTS" && cp -f "$work"/*.debug "$work"/*.pgn "$GUI_ARTIFACTS"/ 2>/dev/null
+    [ -n "${GUI_ARTIFACTS:-}" ] && mkdir -p "$GUI_ARTIFACTS" && cp -f "$work"/*.debug "$work"/*.pgn "$work"/*.log "$GUI_ARTIFACTS"/ 2>/dev/null
     rm -rf "$work"
     exit "$rc"
 }
@@ -80,7 +92,12 @@ chmod +x "$launcher"
 
 start_xvfb
 debug=$work/xboard.debug
-(cd "$work" && exec setsid xboard -fcp "$launcher" -fd "$work/engine" \
+engine_args=(-fcp "$launcher" -fd "$work/engine")
+if [ "$protocol" = uci ]; then
+    engine_args+=(-fUCI -adapterCommand "polyglot -noini -log true -lf \"$work/polyglot.log\" -ec \"%fcp\" -ed \"%fd\"")
+fi
+[ -n "${GUI_FIRST_OPTIONS:-}" ] && engine_args+=(-firstOptions "$GUI_FIRST_OPTIONS")
+(cd "$work" && exec setsid xboard "${engine_args[@]}" \
     -lgf "$work/game.pgn" -mode AnalyzeFile -timeDelay "$delay" \
     -debugMode true -nameOfDebugFile "$debug" \
     -popupExitMessage false -popupMoveErrors false -saveSettingsOnExit false \
@@ -90,9 +107,14 @@ xb_pid=$!
 # The game has 23 plies: at the given pace it is through in about
 # 23 x delay seconds; xboard then sends "exit" and stays open.
 limit=$((60 + 30 * delay))
+# Orvo answers "exit" with "Analyze stopped"; polyglot answers nothing.
+done_pattern='^[0-9]* <first : Analyze stopped'
+[ "$protocol" = uci ] && done_pattern='^[0-9]* >first : exit'
+check_args=()
+[ "$protocol" = uci ] && check_args=(--exit-unanswered)
 start=$(date +%s)
 while :; do
-    if [ -f "$debug" ] && grep -q '^[0-9]* <first : Analyze stopped' "$debug"; then
+    if [ -f "$debug" ] && grep -q "$done_pattern" "$debug"; then
         break
     fi
     kill -0 "$xb_pid" 2>/dev/null || break
@@ -103,4 +125,4 @@ sleep 1
 stop_group "$xb_pid"
 xb_pid=
 
-python3 "$here/check_analysis_log.py" "$debug" "$engine"
+python3 "$here/check_analysis_log.py" "${check_args[@]}" "$debug" "$engine"
