@@ -9,15 +9,17 @@ namespace orvo {
 namespace {
 
 inline void toggle_rotated(board& b, int sq) {
-  b.occ_file ^= rot90_bit[sq];
-  b.occ_diag_h1a8 ^= rot_h1a8_bit[sq];
-  b.occ_diag_a1h8 ^= rot_a1h8_bit[sq];
+  const RotatedBits& r = rotated_bit[sq];
+  b.occ_file ^= r.file;
+  b.occ_diag_h1a8 ^= r.h1a8;
+  b.occ_diag_a1h8 ^= r.a1h8;
 }
 
 inline void toggle_rotated(board& b, int sq1, int sq2) {
-  b.occ_file ^= rot90_bit[sq1] ^ rot90_bit[sq2];
-  b.occ_diag_h1a8 ^= rot_h1a8_bit[sq1] ^ rot_h1a8_bit[sq2];
-  b.occ_diag_a1h8 ^= rot_a1h8_bit[sq1] ^ rot_a1h8_bit[sq2];
+  const RotatedBits &r1 = rotated_bit[sq1], &r2 = rotated_bit[sq2];
+  b.occ_file ^= r1.file ^ r2.file;
+  b.occ_diag_h1a8 ^= r1.h1a8 ^ r2.h1a8;
+  b.occ_diag_a1h8 ^= r1.a1h8 ^ r2.a1h8;
 }
 
 // Per-colour constants of make and unmake.

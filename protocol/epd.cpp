@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 #include "io/movetext.h"
 #include "io/output.h"
@@ -101,9 +102,9 @@ void EpdRunner::run(Xboard& x) {
     bool avoid = false, moves_done = false;
     char word[EPD_WORD_SIZE];
     while (next_word(p, word)) {
-      if (std::strncmp(word, "bm", 2) == 0) {
+      if (std::string_view(word).starts_with("bm")) {
         avoid = false;
-      } else if (std::strncmp(word, "am", 2) == 0) {
+      } else if (std::string_view(word).starts_with("am")) {
         avoid = true;
       } else if (!moves_done) {
         // Moves up to the one that ends in ";"; what follows (an "id", say)

@@ -65,6 +65,14 @@ class hash {
   // Returns the bound code of a usable entry (TT_UPPER/TT_LOWER/TT_EXACT)
   // or TT_MISS; the entry's move, if the key is found, is always given.
   int probe(u64 key, int ply, int depth, int alpha, int beta, int& score, Move& move) const;
+  // Starts loading the slots of a key that a probe will soon read: the
+  // search calls it right after making a move, so that the lines arrive
+  // while it decides how deep to search the child.
+  void prefetch(u64 key) const {
+    if (!primary) return;
+    __builtin_prefetch(&primary[key & primary_mask]);
+    __builtin_prefetch(&secondary[key & secondary_mask]);
+  }
   // Advances the age at the start of a search: 1..15, never 0.
   void new_search();
 

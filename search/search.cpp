@@ -156,6 +156,7 @@ int Search::search(board& b, int depth, int ply, int alpha, int beta, int node_t
       break;
     }
     if (!make(b, m, u)) continue;
+    tt_.prefetch(b.key);
     ++legal;
     const int mover = b.xside;
     b.in_check = gives_check(b);
