@@ -35,6 +35,12 @@ class Evaluator {
   // Empties the pawn-structure tables in use (every record zeroed).
   void clear_pawn_tables();
 
+  // Starts loading the pawn-structure record the evaluation of b will read
+  // (the search calls it right after make, long before it evaluates).
+  void prefetch(const board& b) const {
+    if (const eval::pawn_record* t = tables_[b.side & 1]) __builtin_prefetch(&t[b.pawn_key & eval::PAWN_TABLE_MASK]);
+  }
+
   eval::material_entry* material_cache() { return material_; }
   eval::pawn_record* pawn_table(int side);
 

@@ -80,7 +80,8 @@ bool make_t(board& b, const Move m, undo& u) {
     b.key ^= zobrist_castle_ep[old_ep];
     b.ep = -1;
   }
-  b.key ^= zobrist_castle_ep[b.castle];
+  // The castling rights' key is swapped at the end, only when they change.
+  const u32 old_castle = b.castle;
   ++b.fifty;
   toggle_rotated(b, from, to);
   b.piece[from] = EMPTY;
@@ -214,7 +215,7 @@ bool make_t(board& b, const Move m, undo& u) {
     unmake_t<C>(b, u);
     return false;
   }
-  b.key ^= zobrist_castle_ep[b.castle];
+  if (b.castle != old_castle) b.key ^= zobrist_castle_ep[old_castle] ^ zobrist_castle_ep[b.castle];
   if (b.ep != -1) b.key ^= zobrist_castle_ep[b.ep];
   b.key ^= zobrist_side[O];
   b.last_move = m;

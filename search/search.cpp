@@ -157,6 +157,7 @@ int Search::search(board& b, int depth, int ply, int alpha, int beta, int node_t
     }
     if (!make(b, m, u)) continue;
     tt_.prefetch(b.key);
+    eval.prefetch(b);
     ++legal;
     const int mover = b.xside;
     b.in_check = gives_check(b);
@@ -297,6 +298,7 @@ int Search::quiesce(board& b, int alpha, int beta, int flag, int ply) {
       }
     }
     if (!make(b, l.moves[i], u)) continue;
+    eval.prefetch(b);
     any = true;
     // The child needs to know whether it is in check: make does not say.
     b.in_check = gives_check(b);
