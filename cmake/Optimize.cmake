@@ -55,6 +55,13 @@ if(NOT orvo_ipo_ok)
 endif()
 
 include(ExternalProject)
+include(ProcessorCount)
+# The inner build is a make of its own, outside the outer one's job
+# server: it gets the machine's processors.
+ProcessorCount(orvo_jobs)
+if(orvo_jobs EQUAL 0)
+  set(orvo_jobs 2)
+endif()
 set(orvo_pgo_dir ${CMAKE_BINARY_DIR}/pgo)
 set(orvo_pgo_data ${orvo_pgo_dir}/data)
 set(orvo_pgo_stamp ${orvo_pgo_dir}/trained.stamp)
@@ -62,7 +69,9 @@ set(orvo_pgo_exe ${orvo_pgo_dir}/build/engine/orvo)
 
 # The instrumented engine: the same sources and flags, nothing else built.
 # It is rebuilt at every build (make finds nothing to do when nothing
-# changed), and retrained only when its executable changed.
+# changed), and retrained only when its executable is newer than the last
+# training (the training script decides: a dependency on the executable's
+# file would be checked before the inner build has made it).
 ExternalProject_Add(orvo_pgo
   SOURCE_DIR ${CMAKE_SOURCE_DIR}
   BINARY_DIR ${orvo_pgo_dir}/build
@@ -74,16 +83,16 @@ ExternalProject_Add(orvo_pgo
     -DORVO_TESTS=OFF -DORVO_BENCH=OFF -DORVO_OPTIMIZE=OFF
     -DORVO_PGO_STAGE=generate -DORVO_PGO_DATA=${orvo_pgo_data}
     -DORVO_EPD_DIR=${ORVO_EPD_DIR}
-  BUILD_COMMAND ${CMAKE_COMMAND} --build <BINARY_DIR> --target orvo
+  BUILD_COMMAND ${CMAKE_COMMAND} --build <BINARY_DIR> --target orvo --parallel ${orvo_jobs}
   BUILD_ALWAYS ON
   INSTALL_COMMAND ""
   BUILD_BYPRODUCTS ${orvo_pgo_exe})
 ExternalProject_Add_Step(orvo_pgo train
   COMMAND ${CMAKE_COMMAND} -DORVO=${orvo_pgo_exe} -DDATA=${orvo_pgo_data} -DSTAMP=${orvo_pgo_stamp}
           -DWORK=${orvo_pgo_dir}/work -P ${CMAKE_CURRENT_LIST_DIR}/pgo_train.cmake
-  COMMENT "Training the instrumented engine on the benchmark"
+  COMMENT "Training the instrumented engine on the benchmark (when it changed)"
   DEPENDEES build
-  DEPENDS ${orvo_pgo_exe}
+  ALWAYS TRUE
   BYPRODUCTS ${orvo_pgo_stamp})
 
 # Compile every engine source with the profile, again whenever it changes.

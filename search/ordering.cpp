@@ -62,13 +62,15 @@ bool good_capture(const board& b, Move m) {
 u64 xray_behind(const board& b, int to, int sq) {
   const int d = direction[to][sq];
   if (d < 0) return 0;
-  for (int t = next_sq[d][sq]; t != -1; t = next_sq[d][t]) {
-    const int p = b.piece[t];
-    if (p == EMPTY) continue;
-    const bool diagonal = d & 1;
-    if (p == QUEEN || (diagonal ? p == BISHOP : p == ROOK)) return 1ull << t;
-    return 0;
-  }
+  // The first piece on the ray beyond sq: the nearest occupied square, which
+  // is the highest-numbered one on rays running towards a8 (negative steps)
+  // and the lowest-numbered one on the others.
+  const u64 blockers = ray[d][sq] & b.occupied;
+  if (!blockers) return 0;
+  const int t = dir_step[d] < 0 ? 63 - __builtin_clzll(blockers) : __builtin_ctzll(blockers);
+  const int p = b.piece[t];
+  const bool diagonal = d & 1;
+  if (p == QUEEN || (diagonal ? p == BISHOP : p == ROOK)) return 1ull << t;
   return 0;
 }
 
