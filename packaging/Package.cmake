@@ -41,10 +41,15 @@ list(APPEND ORVO_PACKAGE_CXX_FLAGS
   -fmacro-prefix-map=${CMAKE_SOURCE_DIR}/= -fdebug-prefix-map=${CMAKE_SOURCE_DIR}/=
   -fmacro-prefix-map=${CMAKE_BINARY_DIR}/= -fdebug-prefix-map=${CMAKE_BINARY_DIR}/=)
 # In the flags variables rather than as compile options, so that the
-# second build (and any build that a build makes of the engine, such as a
-# profiling one) is handed them with the rest of the settings.
+# second build is handed them with the rest of the settings. A build that
+# a build makes of the engine at build time (the second one, the profiling
+# builds of ORVO_OPTIMIZE) takes them from CXXFLAGS and LDFLAGS when it is
+# not handed them, as CMake does at a first configure: build_deb.sh sets
+# those to the two strings kept here for it.
 list(JOIN ORVO_PACKAGE_CXX_FLAGS " " orvo_flags)
 list(JOIN ORVO_PACKAGE_LINK_FLAGS " " orvo_link_flags)
+set(ORVO_PACKAGE_CXXFLAGS "${orvo_flags}" CACHE INTERNAL "The package's compiler flags, for CXXFLAGS")
+set(ORVO_PACKAGE_LDFLAGS "${orvo_link_flags}" CACHE INTERNAL "The package's linker flags, for LDFLAGS")
 string(APPEND CMAKE_CXX_FLAGS " ${orvo_flags}")
 foreach(kind EXE SHARED MODULE)
   string(APPEND CMAKE_${kind}_LINKER_FLAGS " ${orvo_link_flags}")

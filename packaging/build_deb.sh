@@ -25,6 +25,14 @@ source "$src/scripts/packages.sh"
 need_packages g++ cmake make dpkg-dev file libgaviotatb-dev gaviotatb
 
 (cd "$src" && cmake --preset package -B "$build")
+# The builds that this one makes at build time configure themselves then:
+# the engine for x86-64-v2 and, with ORVO_OPTIMIZE, the profiling builds.
+# Any of them not handed the package's compiler and linker flags takes them
+# from here, so that every object of the package is hardened alike and a
+# profile is read by code compiled as the code that wrote it.
+CXXFLAGS=$(sed -n 's/^ORVO_PACKAGE_CXXFLAGS:INTERNAL=//p' "$build/CMakeCache.txt")
+LDFLAGS=$(sed -n 's/^ORVO_PACKAGE_LDFLAGS:INTERNAL=//p' "$build/CMakeCache.txt")
+export CXXFLAGS LDFLAGS
 cmake --build "$build" -j"${JOBS:-$(nproc 2>/dev/null || echo 2)}"
 rm -f "$out"/orvo_*.deb
 (cd "$build" && cpack -B "$out")
