@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
 """Draws Orvo's logo for xboard, packaging/orvo.png, from a fixed pattern.
 
-xboard shows an engine's logo beside its clock (with -autoLogo true),
-looking for it under the engine's name in /usr/share/games/plugins/logos/,
-where Debian's engines keep theirs: 100 by 50 pixels, RGB. The logo is
-"ORVO" in white block letters over a row of board squares, on green.
+xboard shows an engine's logo beside its clock (with -autoLogo true and a
+-logoSize), looking for it under the engine's name in
+/usr/share/games/plugins/logos/, where Debian's engines keep theirs: 100
+by 50 pixels, RGB. The logo is "ORVO" in white block letters over a row
+of board squares, on green.
 
     packaging/make_logo.py [FILE]          writes the logo (default: orvo.png
                                            beside this script)
