@@ -10,15 +10,18 @@
 # (packaging/dispatch.cpp) that starts the one the processor can run.
 #
 # Hardened as Debian builds its packages: the compiler and linker flags of
-# "dpkg-buildflags" with hardening=+all on amd64, less its -O2 and -g (the
-# build type chooses the optimisation; the package ships no debug
-# information). tests/install/check_deb.sh checks that dpkg-buildflags
-# asks for nothing more.
+# "dpkg-buildflags" with hardening=+all on amd64 (those of Debian 12, and
+# -fstack-clash-protection and -fcf-protection, which later dpkg adds),
+# less its -O2 and -g (the build type chooses the optimisation; the
+# package ships no debug information). tests/install/check_deb.sh checks
+# that dpkg-buildflags asks for nothing more.
 #
 # Reproducible: the banner's build date is SOURCE_DATE_EPOCH's, taken from
 # the date of the last commit when it is not set (ORVO_SOURCE_DATE_EPOCH);
 # neither the source nor the build folder is written into a binary; cpack
-# gives every file of the package that date (packaging/deb_files.cmake).
+# dates every entry of the package by it (packaging/cpack_project.cmake),
+# and packaging/deb_files.cmake sets the files' permissions, whatever the
+# umask of the build.
 
 if(NOT CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
   message(FATAL_ERROR "ORVO_PACKAGE makes the amd64 package: it builds on x86-64 only")
