@@ -2,9 +2,10 @@
 # Builds Orvo and runs every test: the release build with its unit and
 # end-to-end tests, games and an analysis under real front ends (the xboard
 # GUI and cutechess-cli), the installation (cmake --install into a scratch
-# prefix, the .deb) with bitbase games of the installed engine under
-# cutechess-cli, then the same tests under AddressSanitizer and
-# UndefinedBehaviorSanitizer. Installs missing packages with apt-get.
+# prefix) with bitbase games of the installed engine under cutechess-cli,
+# the Debian package (lintian, built twice and compared, on an emulated
+# baseline processor, from xboard's engine list), then the same tests
+# under AddressSanitizer and UndefinedBehaviorSanitizer. Installs missing packages with apt-get.
 #
 #   ORVO_LONG_TESTS=1       adds the deep perft runs and sixty bitbase games
 #   ORVO_FRONTEND_GAMES=N   plays N games in every front-end configuration
@@ -57,6 +58,8 @@ fi
 
 echo "== installation, and bitbase games of the installed engine under cutechess-cli"
 ./tests/install/check_install.sh build </dev/null
+echo "== the Debian package: contents, lintian, two builds compared, installed, on a baseline processor (qemu), from xboard's engine list"
+./tests/install/check_deb.sh "$PWD/build/engine/orvo" </dev/null
 echo "== the README's installing section, followed in a scratch clone"
 ./tests/install/readme_install.sh </dev/null
 echo "== the build of engine-testing frameworks: make EXE=NAME, then NAME bench"

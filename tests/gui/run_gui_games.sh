@@ -26,6 +26,13 @@
 #   GUI_ENGINE_FILES  files (space-separated) copied into the engine's
 #                     working directory first, e.g. its ini file; by default
 #                     that directory is empty, so the engine runs on defaults
+#   GUI_FROM_LIST     NICKNAME:SETTINGS loads the engine under test from
+#                     xboard's engine list by its nickname (-fe), the list
+#                     read from the xboard settings file SETTINGS, as
+#                     Engine > Load New Engine does: the list's entry gives
+#                     its command, folder and protocol. ENGINE_PATH is then
+#                     only named in the report; the engine's exits are not
+#                     recorded (a death still shows in xboard's log)
 #   GUI_ARTIFACTS     directory to copy the PGN and logs into before cleanup
 #   GUI_VERBOSE       1 prints extra progress information
 
@@ -69,6 +76,13 @@ esac
 nogui=${GUI_NOGUI:-0}
 artifacts=${GUI_ARTIFACTS:-}
 engine_files=${GUI_ENGINE_FILES:-}
+from_list=${GUI_FROM_LIST:-}
+if [ -n "$from_list" ]; then
+    list_nick=${from_list%%:*}
+    list_settings=${from_list#*:}
+    [ -n "$list_nick" ] && [ "$list_settings" != "$from_list" ] && [ -f "$list_settings" ] ||
+        die "GUI_FROM_LIST must be NICKNAME:SETTINGS_FILE, got '$from_list'"
+fi
 verbose=${GUI_VERBOSE:-0}
 
 for f in $engine_files; do
@@ -173,7 +187,11 @@ start_xvfb
 ponder_flag=false
 [ "$ponder" = 1 ] && ponder_flag=true
 
-if [ "$protocol" = uci ]; then
+if [ -n "$from_list" ]; then
+    # A copy, so that nothing xboard might write reaches the caller's file.
+    cp -- "$list_settings" "$work/xboardrc" || die "cannot copy '$list_settings'"
+    engine_args=(-settingsFile "$work/xboardrc" -fe "$list_nick")
+elif [ "$protocol" = uci ]; then
     engine_args=(-fcp "$launcher" -fUCI -fd "$engine_dir"
         -adapterCommand "polyglot -noini -log true -lf \"$pg_log\" -ec \"%fcp\" -ed \"%fd\"")
 else
@@ -197,6 +215,7 @@ xb_args=(
 )
 [ "$nogui" = 1 ] && xb_args+=(-noGUI)
 
+[ -n "$from_list" ] && protocol="xboard engine list: $list_nick"
 echo "$me: $games game(s), $(basename "$engine") ($protocol) vs $opponent, xboard -tc $tc -inc $inc," \
     "limit ${game_timeout}s per game"
 
