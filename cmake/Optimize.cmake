@@ -79,6 +79,10 @@ ExternalProject_Add(orvo_pgo
   CMAKE_ARGS
     -DCMAKE_BUILD_TYPE=${CMAKE_BUILD_TYPE}
     -DCMAKE_CXX_COMPILER=${CMAKE_CXX_COMPILER}
+    # The same flags as the build that reads the profile (the package's
+    # hardening flags among them): the profile must describe the same code.
+    "-DCMAKE_CXX_FLAGS=${CMAKE_CXX_FLAGS}"
+    "-DCMAKE_EXE_LINKER_FLAGS=${CMAKE_EXE_LINKER_FLAGS}"
     -DORVO_ARCH=${ORVO_ARCH}
     -DORVO_TESTS=OFF -DORVO_BENCH=OFF -DORVO_OPTIMIZE=OFF
     -DORVO_PGO_STAGE=generate -DORVO_PGO_DATA=${orvo_pgo_data}
