@@ -170,11 +170,15 @@ TEST_F(Threads, AHelperSearchesASplitPointsMovesAndLeavesTheMainSearchsMoveAlone
   }
   EXPECT_EQ(done, list.count - 1);
   EXPECT_FALSE(sp.has_work());
+  // Every move the helper could take is taken: the next one would be the
+  // main search's own (move 0), which it leaves alone.
+  EXPECT_LE(sp.tail.load() - 1, sp.main_index.load());
   HelperPool::close_split(sp);
   pool.stop();
-  // The helper may have met move 0's position on its own, before the split
-  // point opened, but never searched it to the split's depth.
-  EXPECT_LT(stored_depth(*tt, child[0]), CHILD_DEPTH);
+  // Move 0's child is not looked at here: between the splits a helper runs
+  // its own iterations from the root, and a fast build reaches that depth
+  // there within milliseconds. That a helper never takes a move at or below
+  // the main search's is AHelperTakesNoMoveTheMainSearchHasReached.
   EXPECT_GT(pool.nodes(), 0);
 }
 
