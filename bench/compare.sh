@@ -18,8 +18,10 @@
 #             thinking line of each search;
 #   eval      full evaluations per second (bench/eval/eval_bench), with its
 #             checksum, which must agree.
-# The last column is this tree's figure over the base's (for perft time,
-# stockfish's time over this tree's: above 0.4 means within 2.5 times).
+# "ratio" is this tree's best figure over the base's (for perft time,
+# stockfish's time over this tree's: above 0.4 means within 2.5 times);
+# "median ratio" is the median over the rounds of the two builds' ratio in
+# each round, the steadier figure where the machine's speed drifts.
 set -u -o pipefail
 me=$(basename "$0")
 [ $# -ge 1 ] || { echo "usage: $me BASE [ROUNDS]" >&2; exit 2; }
@@ -90,7 +92,7 @@ perft6_time() {  # seconds for perft 6 from the start
     "$1/bench/perft_bench" | awk '/start position/ { for (i = 1; i <= NF; ++i) if ($i == "s") print $(i-1) " -" }'
 }
 
-declare -A best check
+declare -A best check ratios
 better() {  # better KEY VALUE HIGHER_IS_BETTER
     local cur=${best[$1]:-}
     if [ -z "$cur" ] || { [ "$3" = 1 ] && (( $(echo "$2 > $cur" | bc -l) )); } ||
@@ -100,24 +102,35 @@ better() {  # better KEY VALUE HIGHER_IS_BETTER
 }
 for round in $(seq 1 "$rounds"); do
     echo "$me: round $round of $rounds"
+    declare -A this_round=()
     for side in base current; do
         dir=$out/$side
         for m in perft search uci xboard eval; do
             read -r value value_check < <(${m}_rate "$dir")
             better "$side.$m" "$value" 1
+            this_round[$side.$m]=$value
             [ "$value_check" != - ] && check[$side.$m]=$value_check
         done
         read -r t _ < <(perft6_time "$dir")
         better "$side.perft6" "$t" 0
     done
+    # The two builds' figures of one round were taken minutes apart at
+    # most: their ratio is steadier than either figure on a busy machine.
+    for m in perft search uci xboard eval; do
+        ratios[$m]+=" $(echo "${this_round[current.$m]} / ${this_round[base.$m]}" | bc -l)"
+    done
     read -r t _ < <(stockfish_perft)
     better stockfish.perft6 "$t" 0
 done
 
-printf '\n%-10s %16s %16s %8s\n' measure base current ratio
+median() {  # of the numbers given
+    printf '%s\n' "$@" | sort -g | awk '{ v[NR] = $1 } END { print (NR % 2 ? v[(NR + 1) / 2] : (v[NR / 2] + v[NR / 2 + 1]) / 2) }'
+}
+printf '\n%-10s %16s %16s %8s %14s\n' measure base current ratio "median ratio"
 for m in perft search uci xboard eval; do
     b=${best[base.$m]} c=${best[current.$m]}
-    printf '%-10s %16s %16s %8.2f\n' "$m" "$b" "$c" "$(echo "$c / $b" | bc -l)"
+    # shellcheck disable=SC2086  # the ratios are a list of words
+    printf '%-10s %16s %16s %8.2f %14.2f\n' "$m" "$b" "$c" "$(echo "$c / $b" | bc -l)" "$(median ${ratios[$m]})"
 done
 printf '%-10s %16s %16s %8.2f   (stockfish go perft 6: %s s; its time over ours)\n' "perft6 s" \
     "${best[base.perft6]}" "${best[current.perft6]}" \
