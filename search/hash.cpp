@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
-#include <new>
 #if defined(__linux__)
 #include <sys/mman.h>
 #endif
@@ -28,7 +27,9 @@ T* allocate_table(std::size_t count) {
 #if defined(__linux__) && defined(MADV_HUGEPAGE)
   if (align == HUGE_PAGE) madvise(p, bytes, MADV_HUGEPAGE);
 #endif
-  return new (p) T[count]();
+  // The records are plain data: allocate() zero-fills them, as every
+  // resize ends by calling it.
+  return static_cast<T*>(p);
 }
 
 // The tables hold trivially destructible records.

@@ -25,17 +25,7 @@ src=$(cd "$(dirname "$0")/../.." && pwd)
 prefix=$(mktemp -d "${TMPDIR:-/tmp}/orvo-prefix.XXXXXX") || exit 2
 trap 'rm -rf "$prefix"' EXIT
 
-passed=0 failed=0
-check() {  # check DESCRIPTION COMMAND...
-  local what=$1
-  shift
-  if "$@" >/dev/null 2>&1; then
-    passed=$((passed + 1))
-  else
-    failed=$((failed + 1))
-    echo "$me: FAIL: $what"
-  fi
-}
+source "$src/scripts/checks.sh"
 
 echo "$me: cmake --install into $prefix"
 cmake --install "$build" --prefix "$prefix" >/dev/null || { echo "$me: install failed"; exit 1; }
@@ -59,5 +49,4 @@ games_status=$?
 echo "$games_out"
 check "the installed orvo played its bitbase games as the tables say" test "$games_status" -eq 0
 
-echo "$passed passed, $failed failed"
-[ "$failed" -eq 0 ]
+report

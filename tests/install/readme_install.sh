@@ -24,17 +24,7 @@ scratch=$(mktemp -d "${TMPDIR:-/tmp}/orvo-readme-install.XXXXXX") || exit 2
 trap 'rm -rf "$scratch"' EXIT
 clone=$scratch/clone prefix=$scratch/prefix home=$scratch/home
 
-passed=0 failed=0
-check() {  # check DESCRIPTION COMMAND...
-  local what=$1
-  shift
-  if "$@" >/dev/null 2>&1; then
-    passed=$((passed + 1))
-  else
-    failed=$((failed + 1))
-    echo "$me: FAIL: $what"
-  fi
-}
+source "$src/scripts/checks.sh"
 
 # A fresh clone has what is committed; a copy of the tree stands in where
 # the sources are not a git repository.
@@ -91,5 +81,4 @@ mkdir -p "$home/without" && cp "$prefix2/share/orvo/Orvo214.ini" "$home/without/
 plain=$(cd "$home/without" && printf 'xboard\nquit\n' | timeout 20 "$prefix2/games/orvo" 2>/dev/null)
 check "without it Orvo plays on without bitbases" sh -c "printf '%s\n' \"\$1\" | grep -qx 'EgbbProbe not Loaded!'" _ "$plain"
 
-echo "$passed passed, $failed failed"
-[ "$failed" -eq 0 ]
+report
