@@ -196,3 +196,48 @@ TEST(MakeMove, EachBoardKeepsItsOwnKeyHistory) {
   copy.key_history[0] ^= 1;
   EXPECT_FALSE(copy == b);
 }
+
+// A pinned piece may move along its line only; with a second piece on the
+// line neither is pinned.
+TEST(MakeMove, PinnedPieceMovesOnlyAlongItsLine) {
+  board b = from_fen("4q2k/8/8/8/8/8/4R3/4K3 w - - 0 1");
+  undo u;
+  EXPECT_FALSE(play(b, "e2", "d2", u));
+  ASSERT_TRUE(play(b, "e2", "e5", u));
+  unmake(b, u);
+  ASSERT_TRUE(play(b, "e2", "e8", u));  // takes the pinner
+  unmake(b, u);
+  EXPECT_FALSE(play(b, "e2", "a2", u));
+  // Two pieces on the line: neither is pinned.
+  board two = from_fen("4q2k/8/8/8/4B3/8/4R3/4K3 w - - 0 1");
+  EXPECT_TRUE(play(two, "e2", "a2", u));
+  unmake(two, u);
+  EXPECT_TRUE(play(two, "e4", "b1", u));
+}
+
+// While in check only the moves that answer it are accepted, also for
+// pieces far from the king.
+TEST(MakeMove, InCheckOnlyAnswersAreAccepted) {
+  board b = from_fen("k3r3/8/8/8/Q7/8/6N1/4K3 w - - 0 1");
+  EXPECT_TRUE(is_attacked(b, b.king_sq[WHITE], BLACK));
+  undo u;
+  EXPECT_FALSE(play(b, "a4", "a7", u));
+  EXPECT_FALSE(play(b, "g2", "h4", u));
+  EXPECT_FALSE(play(b, "e1", "e2", u));
+  for (const char* to : {"e4", "e8"}) {  // blocks, takes the checker
+    EXPECT_TRUE(play(b, "a4", to, u)) << to;
+    unmake(b, u);
+  }
+  EXPECT_TRUE(play(b, "g2", "e3", u));
+  unmake(b, u);
+  EXPECT_TRUE(play(b, "e1", "d2", u));
+}
+
+// En passant takes a second piece off the line: the rank pin through both
+// pawns is seen although neither pawn is pinned by itself.
+TEST(MakeMove, EnPassantThatOpensARankIsRefused) {
+  board b = from_fen("8/8/8/K2pP2r/8/8/8/7k w - d6 0 1");
+  undo u;
+  EXPECT_FALSE(play(b, "e5", "d6", u));
+  EXPECT_TRUE(play(b, "e5", "e6", u));
+}
