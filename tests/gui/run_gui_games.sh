@@ -525,6 +525,20 @@ if [ "$failed" -gt 0 ] && [ -f "$xb_out" ]; then
     grep -v 'aplay' "$xb_out" | tail -n 15
     echo "---"
 fi
+# The logs go with the scratch folder: on a failure, the last clocks and
+# moves exchanged with the engine under test are kept in the output, so
+# that a loss on time or a hang can be read afterwards (xboard's lines
+# begin with its milliseconds since the start, polyglot's with the time).
+if [ "$failed" -gt 0 ] && [ -s "$debug_log" ]; then
+    echo "--- xboard and the engine under test, last exchanges:"
+    grep -E '^[0-9]+ [<>]first *: .*(time |otim |go|usermove|move |result)' "$debug_log" | tail -n 16
+    echo "---"
+fi
+if [ "$failed" -gt 0 ] && [ -s "$pg_log" ]; then
+    echo "--- polyglot and Orvo, last searches:"
+    grep -E 'Adapter->Engine: go |Engine->Adapter: bestmove' "$pg_log" | tail -n 12
+    echo "---"
+fi
 if [ -s "$debug_log" ] && [ "$(grep -c '^New game (' "$debug_log")" -gt "$games" ]; then
     echo "warning: xboard started more games than the $games asked for"
 fi
