@@ -39,36 +39,66 @@ constexpr int walk_index(int t) {
   return C == WHITE ? t : 63 - t;
 }
 
-// Safe-advance set of one colour: from each pawn, the squares it can walk
-// forward to while the square ahead is empty and not attacked by more enemy
-// pawns than own pawns defend it.
+constexpr u64 FILE_A = 0x0101010101010101ull;
+constexpr u64 FILE_H = FILE_A << 7;
+
+// The squares a set of pawns of colour C attacks, counted: at least once
+// and twice. Taken a whole set at a time, it answers the per-square counts
+// the terms ask for ("more attackers than defenders") without a popcount
+// per square; the shifts and file masks give the same squares as
+// pawn_attacks.
+struct pawn_cover {
+  u64 once, twice;
+};
 template <int C>
-u64 safe_advance(u64 own, u64 enemy, u64 all) {
-  using S = colour<C>;
-  u64 safe = 0;
-  u64 pawns = own;
-  while (pawns) {
-    const int q = pop_lsb(pawns);
-    for (int t = q; walk_index<C>(t) > 8; t += S::up) {
-      safe |= sq_bit(t);
-      const int ahead = t + S::up;
-      if (all & sq_bit(ahead)) break;
-      const int defenders = popcount(pawn_attacks[S::them][ahead] & own);
-      const int attackers = popcount(pawn_attacks[S::us][ahead] & enemy);
-      if (attackers > defenders) break;
-    }
+pawn_cover cover_of(u64 pawns) {
+  const u64 towards_a = C == WHITE ? (pawns & ~FILE_A) >> 9 : (pawns & ~FILE_A) << 7;
+  const u64 towards_h = C == WHITE ? (pawns & ~FILE_H) >> 7 : (pawns & ~FILE_H) << 9;
+  return {towards_a | towards_h, towards_a & towards_h};
+}
+
+// Squares where the enemy's pawns attack more often than the own ones
+// defend, and squares defended at least once and at least as often as
+// attacked.
+inline u64 outnumbered(const pawn_cover& own, const pawn_cover& enemy) {
+  return (enemy.once & ~own.once) | (enemy.twice & ~own.twice);
+}
+inline u64 held(const pawn_cover& own, const pawn_cover& enemy) {
+  return own.once & ~(enemy.twice & ~own.twice);
+}
+
+template <int C>
+constexpr u64 one_row_up(u64 s) {
+  return C == WHITE ? s >> 8 : s << 8;
+}
+
+// Safe-advance set of one colour: from each pawn, the squares it can walk
+// forward to while the square ahead is empty and not outnumbered. The walk
+// covers only squares whose walk_index is above 8; all pawns walk at once.
+template <int C>
+u64 safe_advance(u64 own, u64 all, u64 outnumbered_squares) {
+  constexpr u64 walkable = C == WHITE ? ~u64(0x1FF) : (u64(1) << 55) - 1;
+  const u64 open = ~(all | outnumbered_squares) & walkable;
+  u64 front = own & walkable;
+  u64 safe = front;
+  while (front) {
+    front = one_row_up<C>(front) & open;
+    safe |= front;
   }
   return safe;
 }
 
-// Lowest set square of a 64-bit set, read from the 16-bit bit tables. An
-// empty set gives the table's empty entry 207 plus 48: 255.
-int lowest_square16(u64 b) {
-  if (b & 0xFFFF) return last_bit16[b & 0xFFFF];
-  if ((b >> 16) & 0xFFFF) return last_bit16[(b >> 16) & 0xFFFF] + 16;
-  if ((b >> 32) & 0xFFFF) return last_bit16[(b >> 32) & 0xFFFF] + 32;
-  return last_bit16[b >> 48] + 48;
+// The files (bit f for file f) holding at least one square of the set.
+inline u8 files_of(u64 s) {
+  s |= s >> 32;
+  s |= s >> 16;
+  s |= s >> 8;
+  return u8(s);
 }
+
+// Lowest set square of a 64-bit set; an empty set gives 255, what the
+// 16-bit bit tables' empty entry (207) plus 48 always gave.
+inline int lowest_square(u64 b) { return b ? __builtin_ctzll(b) : 255; }
 
 // Shelter addend for a file with an enemy pawn: (row of the most advanced
 // own pawn, counted from the enemy's back rank) - 2, AND 3, or 0 when that
@@ -80,33 +110,37 @@ int lowest_square16(u64 b) {
 template <int C>
 int advance_addend(u64 own_on_file) {
   const u64 seen = C == WHITE ? own_on_file : __builtin_bswap64(own_on_file);
-  const int v = (lowest_square16(seen) >> 3) - 2;
+  const int v = (lowest_square(seen) >> 3) - 2;
   return v < 0 ? 0 : (v & 3);
 }
 
-// Weakness of the pawn cover of colour C for a king on king_file.
+// Weakness of the pawn cover of colour C on file x.
 template <int C>
-int shelter_value(u64 own, u64 enemy, int king_file) {
+int shelter_file(u64 own, u64 enemy, int x) {
   using S = colour<C>;
-  int sum = 0;
-  for (int x = king_file - 1; x <= king_file + 1; ++x) {
-    const u64 mine = own & file_mask[x], theirs = enemy & file_mask[x];
-    if (!(mine | theirs)) {
-      sum += shelter_empty_file[x];
-      continue;
-    }
-    if (theirs)
-      sum += advance_addend<C>(mine);
-    else
-      sum += shelter_missing_pawn[x] / 2;
-    if (!mine) {
-      sum += shelter_missing_pawn[x];
-    } else if (!(mine & sq_bit(S::rel_sq(48 + x)))) {  // nothing on the own second rank
-      ++sum;
-      if (!(mine & sq_bit(S::rel_sq(40 + x)))) ++sum;  // nor on the third
-    }
+  const u64 mine = own & file_mask[x], theirs = enemy & file_mask[x];
+  if (!(mine | theirs)) return shelter_empty_file[x];
+  int sum = theirs ? advance_addend<C>(mine) : shelter_missing_pawn[x] / 2;
+  if (!mine) {
+    sum += shelter_missing_pawn[x];
+  } else if (!(mine & sq_bit(S::rel_sq(48 + x)))) {  // nothing on the own second rank
+    ++sum;
+    if (!(mine & sq_bit(S::rel_sq(40 + x)))) ++sum;  // nor on the third
   }
-  return sum < 15 ? sum : 15;
+  return sum;
+}
+
+// The shelter values of colour C for the four king files: the three files
+// around the king, capped. Each file is scored once for all four.
+template <int C>
+void shelter_values(u64 own, u64 enemy, u8* out) {
+  int per_file[8];
+  for (int x = 0; x < 8; ++x) per_file[x] = shelter_file<C>(own, enemy, x);
+  for (int i = 0; i < 4; ++i) {
+    const int k = shelter_king_file[i];
+    const int sum = per_file[k - 1] + per_file[k] + per_file[k + 1];
+    out[i] = u8(sum < SHELTER_CAP ? sum : SHELTER_CAP);
+  }
 }
 
 // The passed-pawn bonus of colour C's passers, from C's own point of view.
@@ -127,7 +161,8 @@ int passed_bonus_of(u64 passed, int enemy_material) {
 // good for C), without the passed-pawn bonus. Adds to the passed, isolated
 // and weak sets.
 template <int C>
-int pawns_of(u64 own, u64 enemy, u64 all, u64 own_safe, u64& passed, u64& isolated, u64& weak) {
+int pawns_of(u64 own, u64 enemy, u64 all, u64 own_safe, u64 own_held, u64& passed, u64& isolated,
+             u64& weak) {
   using S = colour<C>;
   int s = 0;
   u64 pawns = own;
@@ -142,19 +177,10 @@ int pawns_of(u64 own, u64 enemy, u64 all, u64 own_safe, u64& passed, u64& isolat
       s -= isolated_penalty[q];
       if (!(enemy & ray[S::north][q])) s -= isolated_penalty[q] / 2;
     } else {
-      // Backward: no square behind it on its file from which a defended
-      // advance could support it, and no safe square diagonally behind it.
-      bool supported = false;
-      u64 behind = ray[S::south][q] & own_safe;
-      while (behind) {
-        const int t = pop_lsb(behind);
-        const int d = popcount(pawn_attacks[S::them][t] & own);
-        const int a = popcount(pawn_attacks[S::us][t] & enemy);
-        if (d > 0 && d >= a) {
-          supported = true;
-          break;
-        }
-      }
+      // Backward: no safe square behind it on its file that its own pawns
+      // hold (defended, and at least as often as attacked), and no safe
+      // square diagonally behind it.
+      const bool supported = (ray[S::south][q] & own_safe & own_held) != 0;
       if (!supported && !(pawn_attacks[S::them][q] & own_safe)) {
         s -= 13;
         if (!(enemy & file_mask[f])) s -= 6;
@@ -196,29 +222,25 @@ int compute_pawn_structure(u64 white_pawns, u64 black_pawns, int white_material,
                            int black_material, pawn_record& out, pawn_detail* detail) {
   const u64 all = white_pawns | black_pawns;
 
-  u8 open = 0, no_white = 0, no_black = 0;
-  for (int f = 0; f < 8; ++f) {
-    if (!(all & file_mask[f])) open |= u8(1u << f);
-    if (!(white_pawns & file_mask[f])) no_white |= u8(1u << f);
-    if (!(black_pawns & file_mask[f])) no_black |= u8(1u << f);
-  }
+  const u8 open = u8(~files_of(all));
+  const u8 no_white = u8(~files_of(white_pawns));
+  const u8 no_black = u8(~files_of(black_pawns));
 
-  const u64 safe_white = safe_advance<WHITE>(white_pawns, black_pawns, all);
-  const u64 safe_black = safe_advance<BLACK>(black_pawns, white_pawns, all);
+  const pawn_cover white_cover = cover_of<WHITE>(white_pawns), black_cover = cover_of<BLACK>(black_pawns);
+  const u64 safe_white = safe_advance<WHITE>(white_pawns, all, outnumbered(white_cover, black_cover));
+  const u64 safe_black = safe_advance<BLACK>(black_pawns, all, outnumbered(black_cover, white_cover));
 
   u64 passed_white = 0, passed_black = 0;
   u64 isolated_white = 0, isolated_black = 0, weak_white = 0, weak_black = 0;
-  const int white_base =
-      pawns_of<WHITE>(white_pawns, black_pawns, all, safe_white, passed_white, isolated_white, weak_white);
-  const int black_base =
-      pawns_of<BLACK>(black_pawns, white_pawns, all, safe_black, passed_black, isolated_black, weak_black);
+  const int white_base = pawns_of<WHITE>(white_pawns, black_pawns, all, safe_white, held(white_cover, black_cover),
+                                         passed_white, isolated_white, weak_white);
+  const int black_base = pawns_of<BLACK>(black_pawns, white_pawns, all, safe_black, held(black_cover, white_cover),
+                                         passed_black, isolated_black, weak_black);
   const int white_passers = passed_bonus_of<WHITE>(passed_white, black_material);
   const int black_passers = passed_bonus_of<BLACK>(passed_black, white_material);
 
-  for (int i = 0; i < 4; ++i) {
-    out.shelter[i] = u8(shelter_value<WHITE>(white_pawns, black_pawns, shelter_king_file[i]));
-    out.shelter[4 + i] = u8(shelter_value<BLACK>(black_pawns, white_pawns, shelter_king_file[i]));
-  }
+  shelter_values<WHITE>(white_pawns, black_pawns, out.shelter);
+  shelter_values<BLACK>(black_pawns, white_pawns, out.shelter + 4);
 
   // Outposts: the squares just in front of weak or isolated enemy pawns.
   const u64 x = isolated_white | isolated_black | weak_white | weak_black;

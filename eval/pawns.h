@@ -9,6 +9,8 @@ namespace orvo::eval {
 enum Shelter : int { SHELTER_KINGSIDE = 0, SHELTER_QUEENSIDE = 1, SHELTER_E = 2, SHELTER_D = 3 };
 // The king file each shelter value is computed for: g, b, e, d.
 inline constexpr int shelter_king_file[4] = {6, 1, 4, 3};
+// The largest shelter value: it is kept in four bits.
+inline constexpr int SHELTER_CAP = 15;
 
 // One record of the pawn-structure tables. It holds only what follows from
 // the pawns themselves, so that a record can serve every position with the
