@@ -100,12 +100,18 @@ void Ordering::update_killers(int ply, Move m) {
 
 int see(const board& b, int from, int to) {
   const u64 occ_pawns_w = b.white[BB_PAWN], occ_pawns_b = b.black[BB_PAWN];
-  u64 attackers = (pawn_attacks[BLACK][to] & occ_pawns_w) | (pawn_attacks[WHITE][to] & occ_pawns_b) |
-                  (knight_attacks[to] & (b.white[BB_KNIGHT] | b.black[BB_KNIGHT])) |
-                  (king_attacks[to] & (b.kings(WHITE) | b.kings(BLACK)));
+  const u64 knights = b.white[BB_KNIGHT] | b.black[BB_KNIGHT];
   const u64 diag = b.white[BB_BISHOP] | b.black[BB_BISHOP] | b.white[BB_QUEEN] | b.black[BB_QUEEN];
   const u64 orth = b.white[BB_ROOK] | b.black[BB_ROOK] | b.white[BB_QUEEN] | b.black[BB_QUEEN];
-  attackers |= (bishop_attacks(b, to) & diag) | (rook_attacks(b, to) & orth);
+  // The kings of both colours: whatever stands on the board and is none of
+  // the other pieces (attackers are split by colour later).
+  const u64 kings = (b.white[BB_ALL] | b.black[BB_ALL]) & ~(occ_pawns_w | occ_pawns_b | knights | diag | orth);
+  u64 attackers = (pawn_attacks[BLACK][to] & occ_pawns_w) | (pawn_attacks[WHITE][to] & occ_pawns_b) |
+                  (knight_attacks[to] & knights) | (king_attacks[to] & kings);
+  // Sliders off the square's lines on an empty board cannot reach it: the
+  // rotated lookups are skipped for them.
+  if (diag & bishop_lines[to]) attackers |= bishop_attacks(b, to) & diag;
+  if (orth & rook_lines[to]) attackers |= rook_attacks(b, to) & orth;
   attackers &= ~(1ull << from);
   attackers |= xray_behind(b, to, from);
 
