@@ -50,6 +50,57 @@ inline void move_rook(board& b, int from, int to) {
 template <int C>
 void unmake_t(board& b, const undo& u);
 
+// Whether a move other than castling leaves the mover's king attacked,
+// decided before the board is touched. It answers the attack test on the
+// position make would leave: the enemy's pieces less the one taken, and the
+// occupancy and rotated boards with the toggles make applies. In a search,
+// about one move in seven that is tried is refused (most of them by a side
+// in check), and a refusal after the fact costs a whole make and unmake.
+template <int C>
+bool exposes_king(const board& b, int from, int to, int cap, int pc, int old_ep) {
+  using S = Side<C>;
+  constexpr int O = C ^ 1;
+  const u64* own = b.bb(C);
+  const u64* opp = b.bb(O);
+  u64 pawns = opp[BB_PAWN], knights = opp[BB_KNIGHT];
+  u64 diagonal = opp[BB_BISHOP] | opp[BB_QUEEN], straight = opp[BB_ROOK] | opp[BB_QUEEN];
+  // The piece taken leaves its set (one row behind for en passant); the
+  // piece sets are disjoint, so the union sets lose it too.
+  int victim = to;
+  u64 taken = 0;
+  if (cap) {
+    if (pc == PAWN && to == old_ep && cap == PAWN && b.piece[to] == EMPTY) victim = to - S::push;
+    taken = 1ull << victim;
+    switch (cap) {
+      case PAWN: pawns ^= taken; break;
+      case KNIGHT: knights ^= taken; break;
+      case BISHOP: diagonal ^= taken; break;
+      case ROOK: straight ^= taken; break;
+      case QUEEN: diagonal ^= taken; straight ^= taken; break;
+      default: break;
+    }
+  }
+  const int king = pc == KING ? to : b.king_sq[C];
+  if (knight_attacks[king] & knights) return true;
+  if (pawn_attacks[C][king] & pawns) return true;
+  if (king_attacks[b.king_sq[O]] & (1ull << king)) return true;
+  const u64 rq = straight & rook_lines[king];
+  const u64 bq = diagonal & bishop_lines[king];
+  if (!(rq | bq)) return false;
+  const RotatedBits &rf = rotated_bit[from], &rt = rotated_bit[to], &rv = rotated_bit[victim];
+  if (rq) {
+    const u64 occupied = (own[BB_ALL] ^ (1ull << from) ^ (1ull << to)) | (opp[BB_ALL] ^ taken);
+    const u64 occ_file = b.occ_file ^ rf.file ^ rt.file ^ (cap ? rv.file : 0);
+    if ((rank_attack(occupied, king) | file_attack(occ_file, king)) & rq) return true;
+  }
+  if (bq) {
+    const u64 h1a8 = b.occ_diag_h1a8 ^ rf.h1a8 ^ rt.h1a8 ^ (cap ? rv.h1a8 : 0);
+    const u64 a1h8 = b.occ_diag_a1h8 ^ rf.a1h8 ^ rt.a1h8 ^ (cap ? rv.a1h8 : 0);
+    if ((diag_h1a8_attack(h1a8, king) | diag_a1h8_attack(a1h8, king)) & bq) return true;
+  }
+  return false;
+}
+
 template <int C>
 bool make_t(board& b, const Move m, undo& u) {
   using S = Side<C>;
@@ -75,6 +126,15 @@ bool make_t(board& b, const Move m, undo& u) {
   b.key_history[b.hist_ply & (KEY_HISTORY_SIZE - 1)] = b.key;
 
   const int old_ep = b.ep;
+  bool castling = false;
+  if (pc == KING) castling = from == S::home && (to == S::home + 2 || to == S::home - 2);
+  // Where a refusal is likely (the side to move is in check, as the search
+  // marks it, or the king itself moves), the test comes before the board
+  // changes, so that a refused move costs no make and unmake; elsewhere it
+  // comes after, on the made move, which is cheaper when the move stands.
+  // Both tests give the same answer: the flag only chooses the cheaper one.
+  const bool tested_before = (b.in_check || pc == KING) && !castling;
+  if (tested_before && exposes_king<C>(b, from, to, cap, pc, old_ep)) return false;
   b.key ^= zobrist_side[C];
   if (old_ep != -1) {
     b.key ^= zobrist_castle_ep[old_ep];
@@ -105,7 +165,7 @@ bool make_t(board& b, const Move m, undo& u) {
       if (from == S::long_corner) b.castle &= ~S::long_right;
       break;
     case KING:
-      if (from == S::home && (to == S::home + 2 || to == S::home - 2)) {
+      if (castling) {
         const bool is_short = to == S::home + 2;
         const int step = is_short ? 1 : -1;
         // Refused castling: the right is gone, or the king's square, the
@@ -211,7 +271,7 @@ bool make_t(board& b, const Move m, undo& u) {
   ++b.hist_ply;
   b.occupied = b.white[BB_ALL] | b.black[BB_ALL];
 
-  if (attacked_by<O>(b, b.king_sq[C])) {
+  if (!tested_before && attacked_by<O>(b, b.king_sq[C])) {
     unmake_t<C>(b, u);
     return false;
   }

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 #include "position/fen.h"
 #include "position/makemove.h"
 #include "position/movegen.h"
@@ -19,6 +22,23 @@ Move find(const board& b, const char* from, const char* to, int promo = -1) {
 bool play(board& b, const char* from, const char* to, undo& u, int promo = -1) {
   Move m = find(b, from, to, promo);
   return m && make(b, m, u);
+}
+
+// Calls visit(b, m) for every generated move m of the position and of every
+// position one ply away from it, on a board b the visit may play on.
+template <typename Visit>
+void for_each_move_near(const std::string& fen, Visit visit) {
+  const board root = from_fen(fen);
+  MoveList first;
+  generate_all(root, first);
+  for (int i = -1; i < first.count; ++i) {
+    board b = root;
+    undo u0;
+    if (i >= 0 && !make(b, first.moves[i], u0)) continue;
+    MoveList l;
+    generate_all(b, l);
+    for (int j = 0; j < l.count; ++j) visit(b, l.moves[j]);
+  }
 }
 
 }  // namespace
@@ -143,40 +163,28 @@ TEST(MakeMove, RoundTripOverThePerftSuite) {
   ASSERT_GT(suite.size(), 100u);
   int checked = 0;
   for (const auto& line : suite) {
-    board root = from_fen(line.fen);
-    // The root and every position one ply away.
-    MoveList first;
-    generate_all(root, first);
-    for (int i = -1; i < first.count; ++i) {
-      board b = root;
-      undo u0;
-      if (i >= 0 && !make(b, first.moves[i], u0)) continue;
-      MoveList l;
-      generate_all(b, l);
-      for (int j = 0; j < l.count; ++j) {
-        board before = b;
-        undo u;
-        if (!make(b, l.moves[j], u)) {
-          ASSERT_TRUE(b == before) << line.fen;
-          continue;
-        }
-        auto keys = test::recompute_keys(b);
-        ASSERT_EQ(b.key, keys.key) << line.fen;
-        ASSERT_EQ(b.pawn_key, keys.pawn_key) << line.fen;
-        const Move m = l.moves[j];
-        const bool quiet_promotion = move_promotion(m) && !move_captured(m);
-        const bool stale_before = before.mat_key != test::recompute_keys(before).mat_key;
-        if (!quiet_promotion && !(stale_before && !move_captured(m))) {
-          ASSERT_EQ(b.mat_key, keys.mat_key) << line.fen;
-        }
-        if (quiet_promotion) {
-          ASSERT_EQ(b.mat_key, before.mat_key);
-        }
-        unmake(b, u);
-        ASSERT_TRUE(b == before) << line.fen << " move " << j;
-        ++checked;
+    for_each_move_near(line.fen, [&](board& b, Move m) {
+      board before = b;
+      undo u;
+      if (!make(b, m, u)) {
+        ASSERT_TRUE(b == before) << line.fen;
+        return;
       }
-    }
+      auto keys = test::recompute_keys(b);
+      ASSERT_EQ(b.key, keys.key) << line.fen;
+      ASSERT_EQ(b.pawn_key, keys.pawn_key) << line.fen;
+      const bool quiet_promotion = move_promotion(m) && !move_captured(m);
+      const bool stale_before = before.mat_key != test::recompute_keys(before).mat_key;
+      if (!quiet_promotion && !(stale_before && !move_captured(m))) {
+        ASSERT_EQ(b.mat_key, keys.mat_key) << line.fen;
+      }
+      if (quiet_promotion) {
+        ASSERT_EQ(b.mat_key, before.mat_key);
+      }
+      unmake(b, u);
+      ASSERT_TRUE(b == before) << line.fen << " move " << m;
+      ++checked;
+    });
   }
   EXPECT_GT(checked, 20000);
 }
@@ -240,4 +248,42 @@ TEST(MakeMove, EnPassantThatOpensARankIsRefused) {
   undo u;
   EXPECT_FALSE(play(b, "e5", "d6", u));
   EXPECT_TRUE(play(b, "e5", "e6", u));
+}
+
+// Make tests legality before changing the board where a refusal is likely
+// (the side to move marked in check, or a king move) and after it
+// elsewhere. The two must agree on every move: over the perft suite, each
+// move of the root and of every position one ply away is made once with
+// the check flag clear and once with it set, with the same answer, and a
+// refused move leaves the board as it was.
+TEST(MakeMove, TheCheckFlagOnlyChoosesWhereLegalityIsTested) {
+  ORVO_REQUIRE_DATA(path, "perft/perftsuite.epd");
+  auto suite = test::read_perft_suite(path);
+  ASSERT_GT(suite.size(), 100u);
+  // First the positions of the legality tests above (pins, checks, an en
+  // passant that opens a rank or a diagonal), then the suite.
+  std::vector<std::string> fens = {"4q2k/8/8/8/8/8/4R3/4K3 w - - 0 1", "k3r3/8/8/8/Q7/8/6N1/4K3 w - - 0 1",
+                                   "8/8/8/K2pP2r/8/8/8/7k w - d6 0 1", "8/8/8/8/k2Pp2Q/8/8/4K3 b - d3 0 1",
+                                   "7k/8/8/8/2b5/8/4PpK1/8 w - - 0 1", "4k3/8/8/1b1pP3/8/8/6K1/8 w - d6 0 1"};
+  for (const auto& line : suite) fens.push_back(line.fen);
+  int refused = 0, accepted = 0;
+  for (const std::string& fen : fens) {
+    for_each_move_near(fen, [&](const board& b, Move m) {
+      bool answer[2];
+      for (u8 flag : {u8(0), u8(1)}) {
+        board t = b;
+        t.in_check = flag;
+        const board before = t;
+        undo u;
+        answer[flag] = make(t, m, u);
+        if (!answer[flag]) {
+          ASSERT_TRUE(t == before) << fen << " move " << m;
+        }
+      }
+      ASSERT_EQ(answer[0], answer[1]) << fen << " move " << m;
+      ++(answer[0] ? accepted : refused);
+    });
+  }
+  EXPECT_GT(refused, 1000);
+  EXPECT_GT(accepted, 20000);
 }
