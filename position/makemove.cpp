@@ -53,9 +53,10 @@ void unmake_t(board& b, const undo& u);
 // Whether a move other than castling leaves the mover's king attacked,
 // decided before the board is touched. It answers the attack test on the
 // position make would leave: the enemy's pieces less the one taken, and the
-// occupancy and rotated boards with the toggles make applies. In a search,
-// about one move in seven that is tried is refused (most of them by a side
-// in check), and a refusal after the fact costs a whole make and unmake.
+// occupancy and rotated boards with the toggles make applies. In a search
+// about half the moves tried are refused, nearly all of them by a side in
+// check (orvo bench 8: 19.3 million of 40.2 million, 19.0 million in
+// check), and a refusal after the fact costs a whole make and unmake.
 template <int C>
 bool exposes_king(const board& b, int from, int to, int cap, int pc, int old_ep) {
   using S = Side<C>;
