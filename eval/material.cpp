@@ -11,8 +11,6 @@ namespace orvo::eval {
 namespace {
 
 constexpr u64 rook_files = 0x8181818181818181ull;
-constexpr u64 a_file = 0x0101010101010101ull;
-constexpr u64 h_file = 0x8080808080808080ull;
 
 // The set the KBN chooser tests the bishops against. It is always empty, so
 // the dark-corner table is used whatever the colour of the bishop; this is
@@ -35,7 +33,7 @@ void rook_pawn_rule(const board& b, u32& flags) {
   // A side without pawns is judged by the first rules alone.
   if (!pawns || (pawns & ~rook_files)) return;
   if (b.phase_units[C] >= 4 || own[BB_KNIGHT] || !own[BB_BISHOP] || enemy[BB_BISHOP]) return;
-  constexpr u64 pawn_file = C == WHITE ? h_file : a_file;
+  constexpr u64 pawn_file = C == WHITE ? FILE_H : FILE_A;
   constexpr int corner = C == WHITE ? H8 : A1;
   if (pawns & ~pawn_file) return;
 

@@ -39,9 +39,6 @@ constexpr int walk_index(int t) {
   return C == WHITE ? t : 63 - t;
 }
 
-constexpr u64 FILE_A = 0x0101010101010101ull;
-constexpr u64 FILE_H = FILE_A << 7;
-
 // The squares a set of pawns of colour C attacks, counted: at least once
 // and twice. Taken a whole set at a time, it answers the per-square counts
 // the terms ask for ("more attackers than defenders") without a popcount

@@ -8,8 +8,6 @@ movegen::movegen() { build_movegen_tables(); }
 
 namespace {
 
-constexpr u64 FILE_A = 0x0101010101010101ull;
-constexpr u64 FILE_H = FILE_A << 7;
 constexpr u64 ROW_0 = 0xFFull;        // rank 8
 constexpr u64 ROW_7 = 0xFFull << 56;  // rank 1
 

@@ -85,6 +85,10 @@ inline int pop_lsb(u64& b) {
 
 inline int popcount(u64 b) { return __builtin_popcountll(b); }
 
+// The a- and h-files as sets: what a shift by a file must mask off.
+constexpr u64 FILE_A = 0x0101010101010101ull;
+constexpr u64 FILE_H = FILE_A << 7;
+
 // Everything one slider lookup from a square needs, packed together: the
 // shift bringing each line's byte down, the line's length mask, and the
 // square's own bit in that byte.
