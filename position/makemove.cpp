@@ -102,6 +102,35 @@ bool exposes_king(const board& b, int from, int to, int cap, int pc, int old_ep)
   return false;
 }
 
+// Refused castling: the right is gone, or the king's square, the square it
+// crosses or its destination is attacked. The b-file square of a long
+// castling may be attacked. Tested on the board before the move: the king
+// leaving its square and arriving on the destination changes no line
+// through the three squares.
+template <int C>
+bool castling_refused(const board& b, int to) {
+  using S = Side<C>;
+  const bool is_short = to == S::home + 2;
+  if (!(b.castle & (is_short ? S::short_right : S::long_right))) return true;
+  const int step = is_short ? 1 : -1;
+  for (int i = 0; i < 3; ++i)
+    if (attacked_by<C ^ 1>(b, S::home + i * step)) return true;
+  return false;
+}
+
+template <int C>
+bool is_castling(int from, int to, int pc) {
+  using S = Side<C>;
+  return pc == KING && from == S::home && (to == S::home + 2 || to == S::home - 2);
+}
+
+template <int C>
+bool make_accepts_t(const board& b, Move m) {
+  const int from = move_from(m), to = move_to(m), pc = move_piece(m);
+  if (is_castling<C>(from, to, pc)) return !castling_refused<C>(b, to);
+  return !exposes_king<C>(b, from, to, move_captured(m), pc, b.ep);
+}
+
 template <int C>
 bool make_t(board& b, const Move m, undo& u) {
   using S = Side<C>;
@@ -127,13 +156,13 @@ bool make_t(board& b, const Move m, undo& u) {
   b.key_history[b.hist_ply & (KEY_HISTORY_SIZE - 1)] = b.key;
 
   const int old_ep = b.ep;
-  bool castling = false;
-  if (pc == KING) castling = from == S::home && (to == S::home + 2 || to == S::home - 2);
+  const bool castling = is_castling<C>(from, to, pc);
   // Where a refusal is likely (the side to move is in check, as the search
   // marks it, or the king itself moves), the test comes before the board
   // changes, so that a refused move costs no make and unmake; elsewhere it
   // comes after, on the made move, which is cheaper when the move stands.
   // Both tests give the same answer: the flag only chooses the cheaper one.
+  if (castling && castling_refused<C>(b, to)) return false;
   const bool tested_before = (b.in_check || pc == KING) && !castling;
   if (tested_before && exposes_king<C>(b, from, to, cap, pc, old_ep)) return false;
   b.key ^= zobrist_side[C];
@@ -169,21 +198,6 @@ bool make_t(board& b, const Move m, undo& u) {
       if (castling) {
         const bool is_short = to == S::home + 2;
         const int step = is_short ? 1 : -1;
-        // Refused castling: the right is gone, or the king's square, the
-        // square it crosses or its destination is attacked. The b-file
-        // square of a long castling may be attacked.
-        bool refused = !(b.castle & (is_short ? S::short_right : S::long_right));
-        for (int i = 0; i < 3 && !refused; ++i)
-          if (attacked_by<O>(b, S::home + i * step)) refused = true;
-        if (refused) {
-          toggle_rotated(b, from, to);
-          b.piece[from] = KING;
-          b.color[from] = u8(C);
-          b.fifty = i8(u.fifty);
-          b.ep = old_ep;
-          b.key = u.key;
-          return false;
-        }
         own[BB_ALL] ^= ft;
         b.key ^= zobrist[C][KING][from] ^ zobrist[C][KING][to];
         b.king_sq[C] = to;
@@ -330,7 +344,7 @@ void unmake_t(board& b, const undo& u) {
     case KING:
       own[BB_ALL] ^= ft;
       b.king_sq[C] = from;
-      if (from == S::home && (to == S::home + 2 || to == S::home - 2)) {
+      if (is_castling<C>(from, to, KING)) {
         const bool is_short = to == S::home + 2;
         move_rook<C>(b, S::home + (is_short ? 1 : -1), is_short ? S::short_corner : S::long_corner);
       }
@@ -383,6 +397,10 @@ void unmake_t(board& b, const undo& u) {
 
 bool make(board& b, Move m, undo& u) {
   return b.side == WHITE ? make_t<WHITE>(b, m, u) : make_t<BLACK>(b, m, u);
+}
+
+bool make_accepts(const board& b, Move m) {
+  return b.side == WHITE ? make_accepts_t<WHITE>(b, m) : make_accepts_t<BLACK>(b, m);
 }
 
 void unmake(board& b, const undo& u) {

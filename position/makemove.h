@@ -10,5 +10,8 @@ namespace orvo {
 // hist_ply (modulo its size, so no game length can write outside it).
 bool make(board& b, Move m, undo& u);
 void unmake(board& b, const undo& u);
+// Whether make would accept the move (one generated for this position),
+// answered without touching the board.
+bool make_accepts(const board& b, Move m);
 
 }  // namespace orvo

@@ -19,8 +19,8 @@ constexpr int HISTORY_OFFSET = 24000;
 // Capture scores: a losing candidate, and the base of every other one.
 constexpr int LOSING_CAPTURE_SCORE = -28000;
 constexpr int CAPTURE_BASE = 4000;
-// The scores of the evasion counter.
-constexpr int ILLEGAL_EVASION = -50000, CAPTURE_EVASION = 50000, PAWN_EVASION = 25000;
+// The scores of the evasion counter (ILLEGAL_EVASION is in the header).
+constexpr int CAPTURE_EVASION = 50000, PAWN_EVASION = 25000;
 // The picker's phases: the hash move, the captures, the deferred losing
 // captures, the killers, the quiet moves, and the end. The evasion
 // sequence begins at 0, the normal one at 2.
@@ -72,6 +72,14 @@ u64 xray_behind(const board& b, int to, int sq) {
   const bool diagonal = d & 1;
   if (p == QUEEN || (diagonal ? p == BISHOP : p == ROOK)) return 1ull << t;
   return 0;
+}
+
+// Drops the moves score_evasions marked illegal, keeping the others' order.
+void keep_legal_evasions(MoveList& l) {
+  int n = 0;
+  for (int i = 0; i < l.count; ++i)
+    if (l.scores[i] != ILLEGAL_EVASION) l.moves[n++] = l.moves[i];
+  l.count = n;
 }
 
 }  // namespace
@@ -250,16 +258,14 @@ void Ordering::score_quiets(const board& b, MoveList& l) {
   }
 }
 
-int score_evasions(board& b, MoveList& l) {
+int score_evasions(const board& b, MoveList& l) {
   int legal = 0;
-  undo u;
   for (int i = 0; i < l.count; ++i) {
     const Move m = l.moves[i];
-    if (!make(b, m, u)) {
+    if (!make_accepts(b, m)) {
       l.scores[i] = ILLEGAL_EVASION;
       continue;
     }
-    unmake(b, u);
     ++legal;
     l.scores[i] = !move_is_quiet(m) ? CAPTURE_EVASION : move_piece(m) == PAWN ? PAWN_EVASION : 0;
   }
@@ -286,6 +292,11 @@ bool Ordering::init_picker(board& b, MovePicker& p, Move hash_move, bool in_chec
   if (in_check) {
     generate_all(b, p.list);
     const int legal = score_evasions(b, p.list);
+    // The moves make would refuse leave the list before they are scored:
+    // the stable sort keeps the others in the same order. Not while quiet
+    // moves still get their history score, which a refused quiet move
+    // would have used up.
+    if (quiet_scored >= HISTORY_SCORED_QUIETS) keep_legal_evasions(p.list);
     score_quiets(b, p.list);
     sort_by_score(p.list);
     p.stage = STAGE_ALL;

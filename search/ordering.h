@@ -61,9 +61,12 @@ void sort_by_score(MoveList& l);
 // such maximum wins).
 void select_best(MoveList& l, int i);
 void score_captures(const board& b, MoveList& l);
-// Makes every move: illegal -50000, legal capture or promotion 50000, legal
-// pawn move 25000, any other legal move 0. Returns the legal count.
-int score_evasions(board& b, MoveList& l);
+// The evasion score of a move make would refuse: below every other.
+constexpr int ILLEGAL_EVASION = -50000;
+// Scores every move as make would take it: illegal -50000, legal capture or
+// promotion 50000, legal pawn move 25000, any other legal move 0. Returns
+// the legal count.
+int score_evasions(const board& b, MoveList& l);
 // Bubble sort of moves by their scores, descending; equal scores keep their
 // order. The root lists are sorted so.
 void bubble_sort(Move* moves, i32* scores, int count);

@@ -296,6 +296,8 @@ int Search::quiesce(board& b, int alpha, int beta, int flag, int ply) {
         ++stats.quiesce_skipped;
         continue;
       }
+    } else if (l.scores[i] == ILLEGAL_EVASION) {
+      break;  // the illegal evasions come last: make would refuse the rest
     }
     if (!make(b, l.moves[i], u)) continue;
     eval.prefetch(b);

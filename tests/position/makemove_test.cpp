@@ -255,7 +255,8 @@ TEST(MakeMove, EnPassantThatOpensARankIsRefused) {
 // elsewhere. The two must agree on every move: over the perft suite, each
 // move of the root and of every position one ply away is made once with
 // the check flag clear and once with it set, with the same answer, and a
-// refused move leaves the board as it was.
+// refused move leaves the board as it was. make_accepts, which answers
+// without making the move, must agree as well.
 TEST(MakeMove, TheCheckFlagOnlyChoosesWhereLegalityIsTested) {
   ORVO_REQUIRE_DATA(path, "perft/perftsuite.epd");
   auto suite = test::read_perft_suite(path);
@@ -281,6 +282,7 @@ TEST(MakeMove, TheCheckFlagOnlyChoosesWhereLegalityIsTested) {
         }
       }
       ASSERT_EQ(answer[0], answer[1]) << fen << " move " << m;
+      ASSERT_EQ(make_accepts(b, m), answer[0]) << fen << " move " << m;
       ++(answer[0] ? accepted : refused);
     });
   }
