@@ -75,42 +75,55 @@ int bishops_of(board& b, const pawn_record& pawns, int pawns_on_board) {
   return S::sign * s;
 }
 
+// The files, counted from the king's file, whose rooks an uncastled king
+// on its back rank shuts in: beyond it towards the corner, on the wing it
+// stands on (f, g or h; a, b or c).
+constexpr unsigned shut_in_files(int king_file) {
+  constexpr int KINGSIDE_FIRST = 5, QUEENSIDE_LAST = 2;
+  if (king_file >= KINGSIDE_FIRST) return (0xFFu << (king_file + 1)) & 0xFFu;
+  if (king_file <= QUEENSIDE_LAST) return (1u << king_file) - 1;
+  return 0;
+}
+
+// Every square of the files in a set of files (bit f: file f).
+inline u64 squares_of_files(unsigned files) { return FILE_A * files; }
+
 template <int C>
 int rooks_of(board& b, const pawn_record& pawns) {
   using S = colour<C>;
+  constexpr u64 SEVENTH_RANK = 0xFFull << S::rel_sq(A7);
+  // The own first and second ranks.
+  constexpr u64 HOME_RANKS = 0xFFFFull << 8 * (C == WHITE ? 6 : 0);
   const u64* own = S::own(b);
+  const u64 rooks = own[BB_ROOK];
+  if (!rooks) return 0;
   const int enemy_king = king_square(b, S::them);
   const int own_king = king_square(b, C);
   const unsigned open = pawns.open_files, half_open = half_open_of(pawns, C);
-  int s = 0, pressure = 0, count = 0, previous_file = -1;
-  u64 set = own[BB_ROOK];
+  // Open files are half-open as well.
+  const u64 open_squares = squares_of_files(open), half_open_squares = squares_of_files(half_open);
+  int s = 50 * popcount(rooks & SEVENTH_RANK) + 11 * popcount(rooks & open_squares) +
+          9 * popcount(rooks & half_open_squares & ~open_squares);
+  // The second rook doubled with the first on an open or half-open file.
+  // Only the second rook (in square order) is compared with the first; a
+  // third rook (after a promotion) earns nothing here.
+  if (const u64 rest = rooks & (rooks - 1)) {
+    const int first = __builtin_ctzll(rooks), second = __builtin_ctzll(rest);
+    if (((first ^ second) & 7) == 0 && (half_open & (1u << (second & 7)))) s += 20;
+  }
+  // Shut in by its own uncastled king on the back rank.
+  if (b.phase != 2 && S::rel_row(own_king) == 7)
+    s -= 50 * popcount(rooks & HOME_RANKS & squares_of_files(shut_in_files(own_king & 7)));
+  int pressure = 0;
+  u64 set = rooks;
   while (set) {
     const int sq = pop_lsb(set);
-    const int f = sq & 7;
     s += rook_table[sq];
-    if (S::rel_row(sq) == 1) s += 50;  // on the seventh rank
-    int file_dist = 7;                 // a closed file gives no file tropism
-    if (open & (1u << f)) {
-      s += 11;
-      file_dist = file_distance(sq, enemy_king);
-    } else if (half_open & (1u << f)) {
-      s += 9;
-      file_dist = file_distance(sq, enemy_king);
-    }
-    // The second rook doubled with the first on an open or half-open file.
-    // Only the loop's second rook is compared with the one before it; a
-    // third rook (after a promotion) earns nothing here.
-    if (count == 1 && f == previous_file && (half_open & (1u << f))) s += 20;
-    // Shut in by its own uncastled king on the back rank.
-    if (b.phase != 2 && S::rel_row(sq) >= 6 && S::rel_row(own_king) == 7) {
-      const int kf = own_king & 7;
-      if ((f >= 5 && kf >= 5 && kf < f) || (f <= 2 && kf <= 2 && kf > f)) s -= 50;
-    }
+    // A closed file gives no file tropism.
+    const int file_dist = (half_open & (1u << (sq & 7))) ? file_distance(sq, enemy_king) : 7;
     const int by_file = rook_file_tropism[file_dist];
     const int by_king = rook_tropism[king_distance[sq][enemy_king]];
     pressure += by_file > by_king ? by_file : by_king;
-    previous_file = f;
-    ++count;
   }
   b.king_attack[S::them] += pressure;
   return S::sign * s;
