@@ -244,11 +244,21 @@ int Search::search(board& b, int depth, int ply, int alpha, int beta, int node_t
 
 namespace {
 
-int quiet_capture_score(const board& b, Move m) {
+// The score of a capture in quiescence, where moves scoring at most
+// `threshold` are passed over.
+int quiet_capture_score(const board& b, Move m, int threshold) {
   const int cap = move_captured(m), promo = move_promotion(m), pc = move_piece(m);
   if (cap == KING) return KING_CAPTURE_SCORE;
   if (promo) return see_value[cap] + see_value[promo] + WINNING_CAPTURE_BASE;
   if (see_value[cap] > see_value[pc]) return see_value[cap] - see_value[pc] + WINNING_CAPTURE_BASE;
+  // An exchange never gains more than the piece standing on the target.
+  // Where even that is within the threshold, the move is passed over
+  // whatever its exchange value; the value is not worked out, and this
+  // bound takes its place. Moves passed over are never searched, and the
+  // order of the others does not depend on their scores, only on where
+  // they stand.
+  const int most = see_value[b.piece[move_to(m)]];
+  if (most <= threshold) return most;
   return see(b, move_from(m), move_to(m));
 }
 
@@ -274,10 +284,10 @@ int Search::quiesce(board& b, int alpha, int beta, int flag, int ply) {
     if (e >= beta) return e;
     best = std::max(e, alpha);
     alpha = best;
-    generate_captures(b, l);
-    for (int i = 0; i < l.count; ++i) l.scores[i] = quiet_capture_score(b, l.moves[i]);
     // Fixed for the node: it is not recomputed when alpha rises.
     threshold = (b.material[b.xside] - b.material[b.side]) + best - DELTA_MARGIN;
+    generate_captures(b, l);
+    for (int i = 0; i < l.count; ++i) l.scores[i] = quiet_capture_score(b, l.moves[i], threshold);
     if (l.count == 0) return best;
   } else {
     // In check every evasion is searched, quiet or not.
