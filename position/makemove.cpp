@@ -132,6 +132,23 @@ bool make_accepts_t(const board& b, Move m) {
 }
 
 template <int C>
+u64 evasion_targets_t(const board& b) {
+  constexpr int O = C ^ 1;
+  const u64* opp = b.bb(O);
+  const int king = b.king_sq[C];
+  u64 checkers = (knight_attacks[king] & opp[BB_KNIGHT]) | (pawn_attacks[C][king] & opp[BB_PAWN]);
+  if (const u64 rq = (opp[BB_ROOK] | opp[BB_QUEEN]) & rook_lines[king]) checkers |= rook_attacks(b, king) & rq;
+  if (const u64 bq = (opp[BB_BISHOP] | opp[BB_QUEEN]) & bishop_lines[king])
+    checkers |= bishop_attacks(b, king) & bq;
+  if (!checkers) return ~0ull;
+  if (checkers & (checkers - 1)) return 0;
+  const int checker = __builtin_ctzll(checkers);
+  const int d = direction[king][checker];
+  if (d < 0) return checkers;  // a knight: only taking it answers
+  return ray[d][king] & ~ray[d][checker];
+}
+
+template <int C>
 bool make_t(board& b, const Move m, undo& u) {
   using S = Side<C>;
   constexpr int O = C ^ 1;
@@ -401,6 +418,10 @@ bool make(board& b, Move m, undo& u) {
 
 bool make_accepts(const board& b, Move m) {
   return b.side == WHITE ? make_accepts_t<WHITE>(b, m) : make_accepts_t<BLACK>(b, m);
+}
+
+u64 evasion_targets(const board& b) {
+  return b.side == WHITE ? evasion_targets_t<WHITE>(b) : evasion_targets_t<BLACK>(b);
 }
 
 void unmake(board& b, const undo& u) {

@@ -13,5 +13,11 @@ void unmake(board& b, const undo& u);
 // Whether make would accept the move (one generated for this position),
 // answered without touching the board.
 bool make_accepts(const board& b, Move m);
+// Where a move other than a king move must land to answer a check on the
+// side to move: on the checker, or between it and the king. No square
+// under a double check; every square when the king is not attacked. (An
+// en-passant capture of a checking pawn lands behind it: see make_accepts.)
+// Enemy kings are not counted as checkers.
+u64 evasion_targets(const board& b);
 
 }  // namespace orvo

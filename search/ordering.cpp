@@ -260,9 +260,14 @@ void Ordering::score_quiets(const board& b, MoveList& l) {
 
 int score_evasions(const board& b, MoveList& l) {
   int legal = 0;
+  // Most moves of a side in check neither take the checker nor block it:
+  // those are refused without the full test.
+  const u64 targets = evasion_targets(b);
   for (int i = 0; i < l.count; ++i) {
     const Move m = l.moves[i];
-    if (!make_accepts(b, m)) {
+    const int to = move_to(m);
+    const bool may_answer = move_piece(m) == KING || ((targets >> to) & 1) || to == b.ep;
+    if (!may_answer || !make_accepts(b, m)) {
       l.scores[i] = ILLEGAL_EVASION;
       continue;
     }

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <random>
 #include <string>
 #include <vector>
 
@@ -256,7 +257,8 @@ TEST(MakeMove, EnPassantThatOpensARankIsRefused) {
 // move of the root and of every position one ply away is made once with
 // the check flag clear and once with it set, with the same answer, and a
 // refused move leaves the board as it was. make_accepts, which answers
-// without making the move, must agree as well.
+// without making the move, must agree as well, and every move taken by a
+// side in check must land on one of evasion_targets' squares.
 TEST(MakeMove, TheCheckFlagOnlyChoosesWhereLegalityIsTested) {
   ORVO_REQUIRE_DATA(path, "perft/perftsuite.epd");
   auto suite = test::read_perft_suite(path);
@@ -267,7 +269,7 @@ TEST(MakeMove, TheCheckFlagOnlyChoosesWhereLegalityIsTested) {
                                    "8/8/8/K2pP2r/8/8/8/7k w - d6 0 1", "8/8/8/8/k2Pp2Q/8/8/4K3 b - d3 0 1",
                                    "7k/8/8/8/2b5/8/4PpK1/8 w - - 0 1", "4k3/8/8/1b1pP3/8/8/6K1/8 w - d6 0 1"};
   for (const auto& line : suite) fens.push_back(line.fen);
-  int refused = 0, accepted = 0;
+  int refused = 0, accepted = 0, check_answers = 0, check_refusals = 0;
   for (const std::string& fen : fens) {
     for_each_move_near(fen, [&](const board& b, Move m) {
       bool answer[2];
@@ -283,9 +285,76 @@ TEST(MakeMove, TheCheckFlagOnlyChoosesWhereLegalityIsTested) {
       }
       ASSERT_EQ(answer[0], answer[1]) << fen << " move " << m;
       ASSERT_EQ(make_accepts(b, m), answer[0]) << fen << " move " << m;
+      // A move make takes lands where it answers a check, if there is one.
+      if (answer[0] && move_piece(m) != KING && move_to(m) != b.ep) {
+        ASSERT_TRUE((evasion_targets(b) >> move_to(m)) & 1) << fen << " move " << m;
+      }
+      if (is_attacked(b, b.king_sq[b.side], b.xside)) ++(answer[0] ? check_answers : check_refusals);
       ++(answer[0] ? accepted : refused);
     });
   }
   EXPECT_GT(refused, 1000);
   EXPECT_GT(accepted, 20000);
+  EXPECT_GT(check_answers, 200);
+  EXPECT_GT(check_refusals, 200);
+}
+
+// Games of random legal moves from the suite's positions: wherever the side
+// to move is in check, every move make takes other than a king move or an
+// en-passant capture lands on evasion_targets' squares.
+TEST(MakeMove, EvasionTargetsNeverShutOutALegalMove) {
+  ORVO_REQUIRE_DATA(path, "perft/perftsuite.epd");
+  auto suite = test::read_perft_suite(path);
+  ASSERT_GT(suite.size(), 100u);
+  constexpr int GAMES_PER_POSITION = 100, PLIES = 80;
+  std::mt19937 rng(20261124);
+  int positions_in_check = 0, answers = 0;
+  for (const auto& line : suite) {
+    for (int game = 0; game < GAMES_PER_POSITION; ++game) {
+      board b = from_fen(line.fen);
+      for (int ply = 0; ply < PLIES; ++ply) {
+        MoveList l;
+        generate_all(b, l);
+        Move legal[MAX_MOVES];
+        int n = 0;
+        const bool in_check = is_attacked(b, b.king_sq[b.side], b.xside);
+        const u64 targets = evasion_targets(b);
+        for (int i = 0; i < l.count; ++i) {
+          const Move m = l.moves[i];
+          if (!make_accepts(b, m)) continue;
+          legal[n++] = m;
+          if (in_check && move_piece(m) != KING && move_to(m) != b.ep) {
+            ASSERT_TRUE((targets >> move_to(m)) & 1) << line.fen << " ply " << ply << " move " << m;
+            ++answers;
+          }
+        }
+        positions_in_check += in_check;
+        if (n == 0) break;
+        undo u;
+        ASSERT_TRUE(make(b, legal[rng() % n], u));
+        b.in_check = is_attacked(b, b.king_sq[b.side], b.xside);
+      }
+    }
+  }
+  EXPECT_GT(positions_in_check, 5000);
+  EXPECT_GT(answers, 5000);
+}
+
+// The squares where a move other than a king move answers a check.
+TEST(MakeMove, EvasionTargetsAreTheCheckerAndTheSquaresBetween) {
+  auto bit = [](const char* name) { return 1ull << sq(name); };
+  // A rook on e8 checks the king on e1: e2 to e8.
+  u64 line = 0;
+  for (const char* s : {"e2", "e3", "e4", "e5", "e6", "e7", "e8"}) line |= bit(s);
+  EXPECT_EQ(evasion_targets(from_fen("k3r3/8/8/8/8/8/8/4K3 w - - 0 1")), line);
+  // A knight on d3: only taking it.
+  EXPECT_EQ(evasion_targets(from_fen("k7/8/8/8/8/3n4/8/4K3 w - - 0 1")), bit("d3"));
+  // A pawn on d2: only taking it.
+  EXPECT_EQ(evasion_targets(from_fen("k7/8/8/8/8/8/3p4/4K3 w - - 0 1")), bit("d2"));
+  // Rook and knight at once: no square answers both.
+  EXPECT_EQ(evasion_targets(from_fen("k3r3/8/8/8/8/3n4/8/4K3 w - - 0 1")), 0u);
+  // Not in check: every square.
+  EXPECT_EQ(evasion_targets(from_fen(start_fen)), ~0ull);
+  // Black in check from a bishop on b5: c6 and b5... and d7.
+  EXPECT_EQ(evasion_targets(from_fen("4k3/8/8/1B6/8/8/8/4K3 b - - 0 1")), bit("d7") | bit("c6") | bit("b5"));
 }
