@@ -50,13 +50,6 @@ int capture_score(const board& b, Move m) {
   return base + CAPTURE_BASE;
 }
 
-bool good_capture(const board& b, Move m) {
-  const int cap = move_captured(m), promo = move_promotion(m), pc = move_piece(m);
-  if (is_en_passant(b, m) || promo == QUEEN || (cap && promo)) return true;
-  if (cap && see_value[cap] >= see_value[pc]) return true;
-  return see(b, move_from(m), move_to(m)) >= 0;
-}
-
 // The slider of either colour standing first behind sq, seen from `to`,
 // if it moves along that line.
 u64 xray_behind(const board& b, int to, int sq) {
@@ -325,7 +318,9 @@ Move Ordering::next_move(board& b, MovePicker& p) {
           break;
         case STAGE_CAPTURES:
           if (m == p.hash_move) break;
-          if (good_capture(b, m)) return m;
+          // The capture score already holds the exchange test: a capture
+          // is losing exactly when it was scored as one.
+          if (p.list.scores[p.read - 1] != LOSING_CAPTURE_SCORE) return m;
           p.deferred[p.deferred_count++] = m;
           break;
         case STAGE_LOSING:
