@@ -40,24 +40,12 @@ inline u64 piece_attacks(const board& b, int s) {
   return 0;
 }
 
-// Every square a piece of the kind could reach from s on an empty board.
-template <int Piece>
-inline u64 piece_lines(int s) {
-  if constexpr (Piece == BISHOP) return bishop_lines[s];
-  if constexpr (Piece == ROOK) return rook_lines[s];
-  if constexpr (Piece == QUEEN) return bishop_lines[s] | rook_lines[s];
-  return ~0ull;
-}
-
 // Moves of one piece kind onto the target set; captures read the victim
-// from the mailbox. With few targets (the enemy's pieces), a slider with
-// none on its lines is passed over without looking up its attacks.
-template <int Piece, bool FewTargets = false>
+// from the mailbox.
+template <int Piece>
 inline void piece_moves(const board& b, MoveList& l, u64 pieces, u64 targets) {
   while (pieces) {
     int from = pop_lsb(pieces);
-    if constexpr (FewTargets && (Piece == BISHOP || Piece == ROOK || Piece == QUEEN))
-      if (!(piece_lines<Piece>(from) & targets)) continue;
     u64 t = piece_attacks<Piece>(b, from) & targets;
     while (t) {
       int to = pop_lsb(t);
@@ -75,9 +63,9 @@ int captures(const board& b, MoveList& l) {
   const u64 targets = opp[BB_ALL] & ~b.kings(C ^ 1);
   l.count = 0;
   piece_moves<KNIGHT>(b, l, own[BB_KNIGHT], targets);
-  piece_moves<BISHOP, true>(b, l, own[BB_BISHOP], targets);
-  piece_moves<ROOK, true>(b, l, own[BB_ROOK], targets);
-  piece_moves<QUEEN, true>(b, l, own[BB_QUEEN], targets);
+  piece_moves<BISHOP>(b, l, own[BB_BISHOP], targets);
+  piece_moves<ROOK>(b, l, own[BB_ROOK], targets);
+  piece_moves<QUEEN>(b, l, own[BB_QUEEN], targets);
   piece_moves<KING>(b, l, b.kings(C), targets);
 
   const u64 pawns = own[BB_PAWN];
