@@ -17,6 +17,23 @@ bool tables_built = false;
 // lazy exit.
 constexpr int LAZY_MARGIN = 350;
 
+// Whether the cheap part of the score (White's view) allows the lazy exit.
+bool lazy_exit(const board& b, u32 flags, int partial, int alpha, int beta) {
+  if (flags != eval::BOTH_CAN_WIN) return false;
+  const int v = b.side == WHITE ? partial : -partial;
+  return v + LAZY_MARGIN < alpha || v - LAZY_MARGIN > beta;
+}
+
+// What a score-cache entry knows: nothing, the cheap part only, every term,
+// or the final score of a pawnless ending (in `partial`).
+enum ScoreState : u32 { SCORE_NONE, SCORE_PARTIAL, SCORE_FULL, SCORE_PAWNLESS };
+
+// The state besides the placement and the material signature that the
+// evaluation reads, in one word.
+u64 score_context(const board& b, u32 root_castle) {
+  return u64(u32(b.phase)) | u64(b.castled[WHITE]) << 32 | u64(b.castled[BLACK]) << 40 | u64(root_castle & 0xFF) << 48;
+}
+
 }  // namespace
 
 void build_eval_tables() {
@@ -29,9 +46,14 @@ void build_eval_tables() {
   tables_built = true;
 }
 
-Evaluator::Evaluator() {
+Evaluator::Evaluator() : scores_(std::make_unique<eval::score_entry[]>(eval::SCORE_CACHE_SIZE)) {
   build_eval_tables();
   clear_material_cache();
+  clear_score_cache();
+}
+
+void Evaluator::clear_score_cache() {
+  for (int i = 0; i < eval::SCORE_CACHE_SIZE; ++i) scores_[i] = eval::score_entry{};
 }
 
 void Evaluator::clear_material_cache() { eval::clear_material_cache(material_); }
@@ -77,7 +99,28 @@ int final_scaling(const board& b, u32 flags, int score) {
 
 }  // namespace eval
 
-int Evaluator::evaluate(board& b, int alpha, int beta) {
+int Evaluator::evaluate(board& b, int alpha, int beta) { return evaluate_t<false>(b, alpha, beta, nullptr); }
+
+int Evaluator::evaluate_cached(board& b, int alpha, int beta) {
+  using namespace eval;
+  score_entry& e = scores_[b.key & (SCORE_CACHE_SIZE - 1)];
+  const u64 context = score_context(b, root_castle_);
+  if (e.key == b.key && e.context == context && e.state != SCORE_NONE) {
+    if (e.state == SCORE_PAWNLESS) return b.side == WHITE ? e.partial : -e.partial;
+    const bool lazy = lazy_exit(b, e.flags, e.partial, alpha, beta);
+    if (lazy || e.state == SCORE_FULL) {
+      const int scaled = final_scaling(b, e.flags, lazy ? e.partial : e.full);
+      return b.side == WHITE ? scaled : -scaled;
+    }
+  }
+  e.key = b.key;
+  e.context = context;
+  e.state = SCORE_NONE;
+  return evaluate_t<true>(b, alpha, beta, &e);
+}
+
+template <bool Remember>
+int Evaluator::evaluate_t(board& b, int alpha, int beta, eval::score_entry* memo) {
   using namespace eval;
   const u32 flags = material_flags(b, material_);
   int score = material_term(b);
@@ -90,6 +133,10 @@ int Evaluator::evaluate(board& b, int alpha, int beta) {
     score += pawnless_term(b);
     if (score > 0 && !(flags & WHITE_CAN_WIN)) score /= 4;
     if (score < 0 && !(flags & BLACK_CAN_WIN)) score /= 4;
+    if constexpr (Remember) {
+      memo->partial = score;
+      memo->state = SCORE_PAWNLESS;
+    }
     return b.side == WHITE ? score : -score;
   }
 
@@ -108,12 +155,14 @@ int Evaluator::evaluate(board& b, int alpha, int beta) {
 
   b.king_attack[0] = b.king_attack[1] = 0;
 
-  if (flags == BOTH_CAN_WIN) {
-    const int v = b.side == WHITE ? score : -score;
-    if (v + LAZY_MARGIN < alpha || v - LAZY_MARGIN > beta) {
-      const int scaled = final_scaling(b, flags, score);
-      return b.side == WHITE ? scaled : -scaled;
-    }
+  if constexpr (Remember) {
+    memo->partial = score;
+    memo->flags = flags;
+    memo->state = SCORE_PARTIAL;
+  }
+  if (lazy_exit(b, flags, score, alpha, beta)) {
+    const int scaled = final_scaling(b, flags, score);
+    return b.side == WHITE ? scaled : -scaled;
   }
 
   b.positional[0] = b.positional[1] = 0;
@@ -123,6 +172,10 @@ int Evaluator::evaluate(board& b, int alpha, int beta) {
   score += queen_term(b);
   score += king_safety_term(b, pawns);
   score += b.positional[WHITE] - b.positional[BLACK];
+  if constexpr (Remember) {
+    memo->full = score;
+    memo->state = SCORE_FULL;
+  }
 
   score = final_scaling(b, flags, score);
   return b.side == WHITE ? score : -score;

@@ -82,7 +82,7 @@ int Search::search(board& b, int depth, int ply, int alpha, int beta, int node_t
   pv[0] = 0;
   if (depth < PLY) return quiesce(b, alpha, beta, 1, ply);
   count_node(ply);
-  if (ply >= MAX_PLY) return eval.evaluate(b, alpha, beta);
+  if (ply >= MAX_PLY) return eval.evaluate_cached(b, alpha, beta);
   if (b.fifty >= 100) return 0;
   // Inside the search a single earlier occurrence is a draw.
   if (repetition_count(b) >= 1) return 0;
@@ -108,7 +108,7 @@ int Search::search(board& b, int depth, int ply, int alpha, int beta, int node_t
   const u64* own = b.bb(b.side);
   if (depth >= NULL_MOVE_MIN_DEPTH && node_type != PV_NODE && !in_check && beta >= -MATE_BOUND &&
       beta < MATE_BOUND + 1 && (own[BB_ROOK] | own[BB_QUEEN]) &&
-      (depth <= NULL_MOVE_EVAL_DEPTH || (++stats.null_evals, eval.evaluate(b, alpha, beta) >= beta))) {
+      (depth <= NULL_MOVE_EVAL_DEPTH || (++stats.null_evals, eval.evaluate_cached(b, alpha, beta) >= beta))) {
     ++stats.null_tries;
     const i32 side = b.side, xside = b.xside, fifty = b.fifty, ep = b.ep;
     const Move last = b.last_move;
@@ -267,7 +267,7 @@ int quiet_capture_score(const board& b, Move m, int threshold) {
 int Search::quiesce(board& b, int alpha, int beta, int flag, int ply) {
   (void)flag;  // always 1, never read
   count_node(ply);
-  if (ply >= MAX_PLY) return eval.evaluate(b, alpha, beta);
+  if (ply >= MAX_PLY) return eval.evaluate_cached(b, alpha, beta);
   if (b.fifty >= 100) return 0;
   if (repetition_count(b) >= 1) return 0;
 
@@ -280,7 +280,7 @@ int Search::quiesce(board& b, int alpha, int beta, int flag, int ply) {
       int score;
       if (bitbases_->probe(b, score)) return score;
     }
-    const int e = eval.evaluate(b, alpha, beta);
+    const int e = eval.evaluate_cached(b, alpha, beta);
     if (e >= beta) return e;
     best = std::max(e, alpha);
     alpha = best;

@@ -413,3 +413,51 @@ TEST(eval_cache_lifecycle, ExternalPawnTablesCanBeAttached) {
   EXPECT_EQ(orvo::test::evaluator().evaluate(b, test::OPEN_ALPHA, test::OPEN_BETA), s);
   EXPECT_NE(orvo::test::evaluator().pawn_table(WHITE), white.data());
 }
+
+// The score cache gives what the evaluation gives: for every position one
+// ply from the suite's and along random games, with windows that take the
+// lazy exit and windows that do not (so that entries holding the cheap part
+// only are met by a window needing every term), and with the state the key
+// does not cover changed under the same key: the castled flags, the phase,
+// a material key left from before a promotion, the fifty-move clock and
+// the root's castling rights.
+TEST_F(eval_cache, TheScoreCacheGivesTheEvaluationsValue) {
+  ORVO_REQUIRE_DATA(path, "perft/perftsuite.epd");
+  std::vector<board> positions = test::suite_positions(path, 1);
+  const std::vector<board> games = test::random_walks(test::suite_positions(path, 0), 6, 60);
+  positions.insert(positions.end(), games.begin(), games.end());
+  ASSERT_GT(positions.size(), 3000u);
+  constexpr int windows[][2] = {{LAZY_ALPHA, LAZY_BETA}, {test::OPEN_ALPHA, test::OPEN_BETA},
+                                {LAZY_ALPHA, LAZY_BETA}, {1999, 2000},
+                                {-50, 50},               {test::OPEN_ALPHA, test::OPEN_BETA}};
+  constexpr int VARIANTS = 5, FIFTY_SCALED = 90;
+  Evaluator& e = orvo::test::evaluator();
+  e.clear_score_cache();
+  size_t compared = 0, mismatches = 0;
+  for (u32 root : {WHITE_SHORT | WHITE_LONG | BLACK_SHORT | BLACK_LONG, 0u, WHITE_SHORT | BLACK_LONG}) {
+    e.set_root_castle(root);
+    for (const board& position : positions) {
+      for (int variant = 0; variant < VARIANTS; ++variant) {
+        board b = position;
+        if (variant == 1) b.castled[WHITE] ^= 1;
+        if (variant == 2) b.phase = (b.phase + 1) % 3;
+        if (variant == 3) b.mat_key = compute_mat_key(b) ^ 1;  // a key for other material
+        if (variant == 4) b.fifty = FIFTY_SCALED;
+        for (const auto& w : windows) {
+          board c = b;
+          const int cached = e.evaluate_cached(c, w[0], w[1]);
+          const int worked = e.evaluate(b, w[0], w[1]);
+          ++compared;
+          if (cached != worked && ++mismatches <= 5) {
+            char text[128];
+            write_fen(b, text);
+            ADD_FAILURE() << text << " variant " << variant << " window " << w[0] << " " << w[1]
+                          << ": cached " << cached << ", worked out " << worked;
+          }
+        }
+      }
+    }
+  }
+  EXPECT_EQ(mismatches, 0u);
+  EXPECT_GT(compared, 100000u);
+}
