@@ -156,7 +156,11 @@ int Search::search(board& b, int depth, int ply, int alpha, int beta, int node_t
       break;
     }
     if (!make(b, m, u)) continue;
-    tt_.prefetch(b.key);
+    // Only a child with a ply or more left reads the table (quiescence
+    // does not): above the pre-frontier depth every child has, below it
+    // only an extended one, known further down.
+    const bool child_reads_table = depth > PRE_FRONTIER_DEPTH;
+    if (child_reads_table) tt_.prefetch(b.key);
     eval.prefetch(b);
     ++legal;
     const int mover = b.xside;
@@ -170,6 +174,7 @@ int Search::search(board& b, int depth, int ply, int alpha, int beta, int node_t
       new_depth = depth - PLY;
       reduced = true;
     }
+    if (!child_reads_table && new_depth >= 2 * PLY) tt_.prefetch(b.key);
 
     int score;
     if (legal == 1) {
