@@ -74,8 +74,8 @@ class Evaluator {
   eval::pawn_record* pawn_table(int side);
 
  private:
-  template <bool Remember>
-  int evaluate_t(board& b, int alpha, int beta, eval::score_entry* memo);
+  // The evaluation, noting in memo what it worked out.
+  int evaluate_into(board& b, int alpha, int beta, eval::score_entry& memo);
 
   u32 root_castle_ = 0;
   std::unique_ptr<eval::score_entry[]> scores_;
