@@ -19,16 +19,20 @@ template <int C>
 int knights_of(board& b, const pawn_record& pawns) {
   using S = colour<C>;
   const u64* own = S::own(b);
+  const u64 knights = own[BB_KNIGHT];
+  if (!knights) return 0;
   const int enemy_king = king_square(b, S::them);
-  const u64 outposts = outposts_of(pawns, C);
   int s = 0, pressure = 0, mob = 0;
-  u64 set = own[BB_KNIGHT];
-  while (set) {
+  // Knights on outposts are few: counted apart from the walk over all.
+  if (b.phase != 2)
+    for (u64 on_outpost = knights & outposts_of(pawns, C); on_outpost;)
+      s += 2 * outpost_bonus[pop_lsb(on_outpost) & 7];
+  const u64 reach = ~own[BB_ALL];
+  for (u64 set = knights; set;) {
     const int sq = pop_lsb(set);
     s += knight_table[sq];
-    if (b.phase != 2 && (outposts & sq_bit(sq))) s += 2 * outpost_bonus[sq & 7];
     pressure += knight_tropism[king_distance[sq][enemy_king]];
-    mob += mobility(knight_attacks[sq] & ~own[BB_ALL]);
+    mob += mobility(knight_attacks[sq] & reach);
   }
   b.king_attack[S::them] += pressure;
   b.positional[C] += mob;
@@ -54,22 +58,28 @@ template <int C>
 int bishops_of(board& b, const pawn_record& pawns, int pawns_on_board) {
   using S = colour<C>;
   const u64* own = S::own(b);
-  const u64 enemy_pawns = S::enemy(b)[BB_PAWN];
+  const u64 bishops = own[BB_BISHOP];
+  if (!bishops) return 0;
   const int enemy_king = king_square(b, S::them);
-  const u64 outposts = outposts_of(pawns, C);
   int s = 0, pressure = 0, mob = 0;
-  u64 set = own[BB_BISHOP];
-  while (set) {
+  // Bishops on outposts or trap squares are few: counted apart from the
+  // walk over all.
+  if (b.phase != 2)
+    for (u64 on_outpost = bishops & outposts_of(pawns, C); on_outpost;)
+      s += outpost_bonus[pop_lsb(on_outpost) & 7];
+  if (bishops & trap_squares<C>()) {
+    const u64 enemy_pawns = S::enemy(b)[BB_PAWN];
+    for (const trap& t : bishop_traps)
+      if ((bishops & sq_bit(S::rel_sq(t.bishop))) && (enemy_pawns & sq_bit(S::rel_sq(t.pawn)))) s -= 174;
+  }
+  const u64 reach = ~own[BB_ALL];
+  for (u64 set = bishops; set;) {
     const int sq = pop_lsb(set);
     s += bishop_table[sq];
-    if (b.phase != 2 && (outposts & sq_bit(sq))) s += outpost_bonus[sq & 7];
-    if (trap_squares<C>() & sq_bit(sq))
-      for (const trap& t : bishop_traps)
-        if (sq == S::rel_sq(t.bishop) && (enemy_pawns & sq_bit(S::rel_sq(t.pawn)))) s -= 174;
     pressure += bishop_tropism[king_distance[sq][enemy_king]];
-    mob += mobility(bishop_attacks(b, sq) & ~own[BB_ALL]);
+    mob += mobility(bishop_attacks(b, sq) & reach);
   }
-  if (popcount(own[BB_BISHOP]) == 2) s += 50 - pawns_on_board;
+  if (popcount(bishops) == 2) s += 50 - pawns_on_board;
   b.king_attack[S::them] += pressure;
   b.positional[C] += mob;
   return S::sign * s;
