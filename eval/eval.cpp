@@ -28,8 +28,8 @@ bool lazy_exit(const board& b, u32 flags, int partial, int alpha, int beta) {
 // or the final score of a pawnless ending (in `partial`).
 enum ScoreState : u32 { SCORE_NONE, SCORE_PARTIAL, SCORE_FULL, SCORE_PAWNLESS };
 
-// The state besides the placement and the material signature that the
-// evaluation reads, in one word.
+// The state the evaluation reads besides what the key stands for (see
+// score_entry), in one word.
 u64 score_context(const board& b, u32 root_castle) {
   return u64(u32(b.phase)) | u64(b.castled[WHITE]) << 32 | u64(b.castled[BLACK]) << 40 | u64(root_castle & 0xFF) << 48;
 }
@@ -48,8 +48,7 @@ void build_eval_tables() {
 
 Evaluator::Evaluator() : scores_(std::make_unique<eval::score_entry[]>(eval::SCORE_CACHE_SIZE)) {
   build_eval_tables();
-  clear_material_cache();
-  clear_score_cache();
+  clear_material_cache();  // the score cache starts zeroed: every entry SCORE_NONE
 }
 
 void Evaluator::clear_score_cache() {
@@ -120,7 +119,6 @@ int Evaluator::evaluate_cached(board& b, int alpha, int beta) {
   }
   e.key = b.key;
   e.context = context;
-  e.state = SCORE_NONE;
   return evaluate_into(b, alpha, beta, e);
 }
 

@@ -74,7 +74,7 @@ class Evaluator {
   eval::pawn_record* pawn_table(int side);
 
  private:
-  // The evaluation, noting in memo what it worked out.
+  // The evaluation, noting in memo what it worked out (the state always).
   int evaluate_into(board& b, int alpha, int beta, eval::score_entry& memo);
 
   u32 root_castle_ = 0;

@@ -85,14 +85,6 @@ u64 safe_advance(u64 own, u64 all, u64 outnumbered_squares) {
   return safe;
 }
 
-// The files (bit f for file f) holding at least one square of the set.
-inline u8 files_of(u64 s) {
-  s |= s >> 32;
-  s |= s >> 16;
-  s |= s >> 8;
-  return u8(s);
-}
-
 // Lowest set square of a 64-bit set; an empty set gives 255, what the
 // 16-bit bit tables' empty entry (207) plus 48 always gave.
 inline int lowest_square(u64 b) { return b ? __builtin_ctzll(b) : 255; }

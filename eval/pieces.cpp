@@ -95,9 +95,6 @@ constexpr unsigned shut_in_files(int king_file) {
   return 0;
 }
 
-// Every square of the files in a set of files (bit f: file f).
-inline u64 squares_of_files(unsigned files) { return FILE_A * files; }
-
 template <int C>
 int rooks_of(board& b, const pawn_record& pawns) {
   using S = colour<C>;

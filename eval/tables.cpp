@@ -24,7 +24,7 @@ int abs_diff(int a, int b) { return a > b ? a - b : b - a; }
 
 void build_pawn_masks() {
   for (int f = 0; f < 8; ++f) {
-    file_mask[f] = 0x0101010101010101ull << f;
+    file_mask[f] = FILE_A << f;
     rank_mask[f] = 0xFFull << (8 * f);
   }
   for (int f = 0; f < 8; ++f)

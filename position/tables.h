@@ -89,6 +89,15 @@ inline int popcount(u64 b) { return __builtin_popcountll(b); }
 constexpr u64 FILE_A = 0x0101010101010101ull;
 constexpr u64 FILE_H = FILE_A << 7;
 
+// Sets of files (bit f for file f) and the squares on them, both ways.
+inline u8 files_of(u64 squares) {
+  squares |= squares >> 32;
+  squares |= squares >> 16;
+  squares |= squares >> 8;
+  return u8(squares);
+}
+inline u64 squares_of_files(unsigned files) { return FILE_A * (files & 0xFF); }
+
 // Everything one slider lookup from a square needs, packed together: the
 // shift bringing each line's byte down, the line's length mask, and the
 // square's own bit in that byte.
