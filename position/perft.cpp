@@ -2,13 +2,17 @@
 
 #include <cstdlib>
 
-#include "position/makemove.h"
+#include "position/make_body.h"
 #include "position/movegen.h"
 
 namespace orvo {
 
 namespace {
 
+// One body for both colours; the side to move alternates with the level, so
+// each colour's walk calls the other's, and make and unmake are those of the
+// known colour, without a dispatch per move.
+template <int C>
 void walk(board& b, int remaining, int level, PerftCounts& counts) {
   if (remaining == 0) return;
   MoveList list;
@@ -17,14 +21,14 @@ void walk(board& b, int remaining, int level, PerftCounts& counts) {
   undo u;
   for (int i = 0; i < list.count; ++i) {
     const Move m = list.moves[i];
-    if (!make(b, m, u)) continue;
+    if (!make_detail::make_inline<C>(b, m, u)) continue;
     if (move_captured(m)) ++counts.captures[level];
     if (move_piece(m) == PAWN && move_to(m) == ep && move_captured(m) == PAWN) ++counts.ep[level];
     if (move_promotion(m)) ++counts.promotions[level];
     if (move_piece(m) == KING && std::abs(move_from(m) - move_to(m)) == 2) ++counts.castles[level];
     ++counts.moves[level];
-    walk(b, remaining - 1, level + 1, counts);
-    unmake(b, u);
+    walk<C ^ 1>(b, remaining - 1, level + 1, counts);
+    make_detail::unmake_inline<C>(b, u);
   }
 }
 
@@ -32,7 +36,12 @@ void walk(board& b, int remaining, int level, PerftCounts& counts) {
 
 PerftCounts perft_run(board& b, int depth) {
   PerftCounts counts{};
-  if (depth >= 1 && depth <= PERFT_MAX_DEPTH) walk(b, depth, 0, counts);
+  if (depth >= 1 && depth <= PERFT_MAX_DEPTH) {
+    if (b.side == WHITE)
+      walk<WHITE>(b, depth, 0, counts);
+    else
+      walk<BLACK>(b, depth, 0, counts);
+  }
   return counts;
 }
 
