@@ -11,14 +11,14 @@
 namespace orvo::make_detail {
 
 inline void toggle_rotated(board& b, int sq) {
-  const RotatedBits& r = rotated_bit[sq];
+  const SquareBits& r = square_bits[sq];
   b.occ_file ^= r.file;
   b.occ_diag_h1a8 ^= r.h1a8;
   b.occ_diag_a1h8 ^= r.a1h8;
 }
 
 inline void toggle_rotated(board& b, int sq1, int sq2) {
-  const RotatedBits &r1 = rotated_bit[sq1], &r2 = rotated_bit[sq2];
+  const SquareBits &r1 = square_bits[sq1], &r2 = square_bits[sq2];
   b.occ_file ^= r1.file ^ r2.file;
   b.occ_diag_h1a8 ^= r1.h1a8 ^ r2.h1a8;
   b.occ_diag_a1h8 ^= r1.a1h8 ^ r2.a1h8;
@@ -39,7 +39,7 @@ struct Side {
 template <int C>
 inline void move_rook(board& b, int from, int to) {
   u64* own = b.bb(C);
-  const u64 ft = (1ull << from) | (1ull << to);
+  const u64 ft = square_bits[from].square | square_bits[to].square;
   toggle_rotated(b, from, to);
   b.piece[from] = EMPTY;
   b.color[from] = NO_COLOR;
@@ -90,7 +90,7 @@ bool exposes_king(const board& b, int from, int to, int cap, int pc, int old_ep)
   const u64 rq = straight & rook_lines[king];
   const u64 bq = diagonal & bishop_lines[king];
   if (!(rq | bq)) return false;
-  const RotatedBits &rf = rotated_bit[from], &rt = rotated_bit[to], &rv = rotated_bit[victim];
+  const SquareBits &rf = square_bits[from], &rt = square_bits[to], &rv = square_bits[victim];
   if (rq) {
     const u64 occupied = (own[BB_ALL] ^ (1ull << from) ^ (1ull << to)) | (opp[BB_ALL] ^ taken);
     const u64 occ_file = b.occ_file ^ rf.file ^ rt.file ^ (cap ? rv.file : 0);
@@ -150,8 +150,35 @@ u64 evasion_targets_t(const board& b) {
   return ray[d][king] & ~ray[d][checker];
 }
 
+// What the caller of make_inline knows of the mover's king in the position
+// the move is made from, worked out once for all of that position's moves
+// (the perft walk does so). make() knows nothing: the search's in_check
+// mark then only chooses where the test goes.
+struct KingWatch {
+  bool known = false;
+  bool in_check = false;
+  // The squares on a line from the king on which, further along the same
+  // line, an enemy piece stands that moves along lines of that kind: only a
+  // piece leaving one of them can uncover the king.
+  u64 uncovering = 0;
+};
+
 template <int C>
-[[gnu::always_inline]] inline bool make_inline(board& b, const Move m, undo& u) {
+KingWatch watch_king(const board& b) {
+  constexpr int O = C ^ 1;
+  const int king = b.king_sq[C];
+  const u64* opp = b.bb(O);
+  const u64 straight = opp[BB_ROOK] | opp[BB_QUEEN], diagonal = opp[BB_BISHOP] | opp[BB_QUEEN];
+  KingWatch w;
+  w.known = true;
+  w.in_check = attacked_by<O>(b, king);
+  for (int d = 0; d < 8; ++d)  // the directions alternate, north first
+    if (ray[d][king] & (d & 1 ? diagonal : straight)) w.uncovering |= ray[d][king];
+  return w;
+}
+
+template <int C>
+[[gnu::always_inline]] inline bool make_inline(board& b, const Move m, undo& u, const KingWatch& watch = {}) {
   using S = Side<C>;
   constexpr int O = C ^ 1;
   const int from = move_from(m), to = move_to(m);
@@ -182,8 +209,16 @@ template <int C>
   // comes after, on the made move, which is cheaper when the move stands.
   // Both tests give the same answer: the flag only chooses the cheaper one.
   if (castling && castling_refused<C>(b, to)) return false;
-  const bool tested_before = (b.in_check || pc == KING) && !castling;
+  const bool checked = watch.known ? watch.in_check : b.in_check;
+  const bool tested_before = (checked || pc == KING) && !castling;
   if (tested_before && exposes_king<C>(b, from, to, cap, pc, old_ep)) return false;
+  // A king known not to be in check can come under attack through another
+  // piece's move only when the piece leaves a line to it with an enemy
+  // slider further along, or along the row an en-passant capture empties;
+  // any other such move stands untested.
+  const bool tested_after = !tested_before && !castling &&
+                            (!watch.known || (pc == PAWN && to == old_ep) ||
+                             (watch.uncovering & square_bits[from].square));
   b.key ^= zobrist_side[C];
   if (old_ep != -1) {
     b.key ^= zobrist_castle_ep[old_ep];
@@ -196,7 +231,7 @@ template <int C>
   b.piece[from] = EMPTY;
   b.color[from] = NO_COLOR;
 
-  const u64 ft = (1ull << from) | (1ull << to);
+  const u64 ft = square_bits[from].square | square_bits[to].square;
   bool ep_capture = false;
   switch (pc) {
     case KNIGHT:
@@ -305,7 +340,7 @@ template <int C>
   ++b.hist_ply;
   b.occupied = b.white[BB_ALL] | b.black[BB_ALL];
 
-  if (!tested_before && attacked_by<O>(b, b.king_sq[C])) {
+  if (tested_after && attacked_by<O>(b, b.king_sq[C])) {
     unmake_inline<C>(b, u);
     return false;
   }
@@ -345,7 +380,7 @@ template <int C>
   const int cap = move_captured(m), promo = move_promotion(m), pc = move_piece(m);
   u64* own = b.bb(C);
   u64* opp = b.bb(O);
-  const u64 ft = (1ull << from) | (1ull << to);
+  const u64 ft = square_bits[from].square | square_bits[to].square;
 
   toggle_rotated(b, from, to);
   b.piece[to] = EMPTY;

@@ -18,16 +18,17 @@ void walk(board& b, int remaining, int level, PerftCounts& counts) {
   MoveList list;
   generate_all(b, list);
   const int ep = b.ep;
+  const make_detail::KingWatch watch = make_detail::watch_king<C>(b);
   undo u;
   for (int i = 0; i < list.count; ++i) {
     const Move m = list.moves[i];
-    if (!make_detail::make_inline<C>(b, m, u)) continue;
+    if (!make_detail::make_inline<C>(b, m, u, watch)) continue;
     if (move_captured(m)) ++counts.captures[level];
     if (move_piece(m) == PAWN && move_to(m) == ep && move_captured(m) == PAWN) ++counts.ep[level];
     if (move_promotion(m)) ++counts.promotions[level];
     if (move_piece(m) == KING && std::abs(move_from(m) - move_to(m)) == 2) ++counts.castles[level];
     ++counts.moves[level];
-    walk<C ^ 1>(b, remaining - 1, level + 1, counts);
+    if (remaining > 1) walk<C ^ 1>(b, remaining - 1, level + 1, counts);
     make_detail::unmake_inline<C>(b, u);
   }
 }

@@ -42,12 +42,14 @@ extern u64 diag_a1h8_attacks[64][256];
 extern int rot90_index[64];
 extern int rot_h1a8_index[64];
 extern int rot_a1h8_index[64];
-// A square's bit in each of the three rotated boards: what make toggles.
-// Kept together so that a toggle reads one cache line, not three.
-struct RotatedBits {
-  u64 file, h1a8, a1h8;
+// A square's own bit and its bit in each of the three rotated boards: what
+// make and unmake toggle. Kept together, one aligned 32-byte entry per
+// square, so that a move reads one cache line per square and finds every
+// field at a fixed offset from one address.
+struct alignas(32) SquareBits {
+  u64 square, file, h1a8, a1h8;
 };
-extern RotatedBits rotated_bit[64];
+extern SquareBits square_bits[64];
 // Every square on a rook's / a bishop's lines through sq, on an empty board.
 extern u64 rook_lines[64];
 extern u64 bishop_lines[64];
