@@ -219,12 +219,13 @@ template <int C>
   const bool tested_after = !tested_before && !castling &&
                             (!watch.known || (pc == PAWN && to == old_ep) ||
                              (watch.uncovering & square_bits[from].square));
-  b.key ^= zobrist_side[C];
   if (old_ep != -1) {
     b.key ^= zobrist_castle_ep[old_ep];
     b.ep = -1;
   }
-  // The castling rights' key is swapped at the end, only when they change.
+  // The side's key and the castling rights' key are swapped at the end,
+  // the rights' only when they change (a refused move's key comes back
+  // from the record).
   const u32 old_castle = b.castle;
   ++b.fifty;
   toggle_rotated(b, from, to);
@@ -346,7 +347,7 @@ template <int C>
   }
   if (b.castle != old_castle) b.key ^= zobrist_castle_ep[old_castle] ^ zobrist_castle_ep[b.castle];
   if (b.ep != -1) b.key ^= zobrist_castle_ep[b.ep];
-  b.key ^= zobrist_side[O];
+  b.key ^= zobrist_side[C] ^ zobrist_side[O];
   b.last_move = m;
   // Deliberate: phase and mat_key follow captures only. A promotion without
   // a capture leaves both as they were before the move.
