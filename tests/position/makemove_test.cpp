@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "position/fen.h"
+#include "position/make_body.h"
 #include "position/makemove.h"
 #include "position/movegen.h"
 #include "tests/support/data.h"
@@ -338,6 +339,53 @@ TEST(MakeMove, EvasionTargetsNeverShutOutALegalMove) {
   }
   EXPECT_GT(positions_in_check, 5000);
   EXPECT_GT(answers, 5000);
+}
+
+// The perft walk works out the king's state once per position and hands it
+// to make's body, which then skips the attack test for moves that cannot
+// uncover the king. Over games of random legal moves from the suite's
+// positions, make with that knowledge must accept exactly the moves make
+// accepts, and leave the same board after each.
+TEST(MakeMove, KnowingTheKingsStateChangesNoAnswer) {
+  ORVO_REQUIRE_DATA(path, "perft/perftsuite.epd");
+  auto suite = test::read_perft_suite(path);
+  ASSERT_GT(suite.size(), 100u);
+  constexpr int GAMES_PER_POSITION = 20, PLIES = 80;
+  std::mt19937 rng(20261125);
+  auto make_watched = [](board& b, Move m, undo& u) {
+    using namespace make_detail;
+    return b.side == WHITE ? make_inline<WHITE>(b, m, u, watch_king<WHITE>(b))
+                           : make_inline<BLACK>(b, m, u, watch_king<BLACK>(b));
+  };
+  int refused = 0, accepted = 0, in_check = 0;
+  for (const auto& line : suite) {
+    for (int game = 0; game < GAMES_PER_POSITION; ++game) {
+      board b = from_fen(line.fen);
+      for (int ply = 0; ply < PLIES; ++ply) {
+        MoveList l;
+        generate_all(b, l);
+        Move legal[MAX_MOVES];
+        int n = 0;
+        in_check += is_attacked(b, b.king_sq[b.side], b.xside);
+        for (int i = 0; i < l.count; ++i) {
+          const Move m = l.moves[i];
+          board plain = b, watched = b;
+          undo up, uw;
+          const bool answer = make(plain, m, up);
+          ASSERT_EQ(make_watched(watched, m, uw), answer) << line.fen << " ply " << ply << " move " << m;
+          ASSERT_TRUE(plain == watched) << line.fen << " ply " << ply << " move " << m;
+          if (answer) legal[n++] = m;
+          ++(answer ? accepted : refused);
+        }
+        if (n == 0) break;
+        undo u;
+        ASSERT_TRUE(make(b, legal[rng() % n], u));
+      }
+    }
+  }
+  EXPECT_GT(refused, 20000);
+  EXPECT_GT(accepted, 500000);
+  EXPECT_GT(in_check, 2000);
 }
 
 // The squares where a move other than a king move answers a check.
