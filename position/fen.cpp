@@ -107,13 +107,33 @@ void fen::parse(i8* piece, u8* color, i32* side, i32* xside, u32* castle, i32* e
   }
 }
 
-u64 compute_mat_key(const board& b) {
-  u64 k = 0;
+namespace {
+
+// Each colour's, piece's and count's share of mat_key, nothing for a count
+// of 0, so that make's recomputation after every capture is ten lookups
+// without a branch. Counts run to 64 (a full board); the key of a count is
+// the piece-square key of that number, modulo 64.
+struct MatKeyShares {
+  u64 share[2][QUEEN + 1][65];
+};
+
+constexpr MatKeyShares make_mat_key_shares() {
+  MatKeyShares t{};
   for (int c : {WHITE, BLACK})
-    if (int n = b.pawn_count[c]) k ^= zobrist[c][PAWN][n & 63];
+    for (int p = PAWN; p <= QUEEN; ++p)
+      for (int n = 1; n <= 64; ++n) t.share[c][p][n] = zobrist[c][p][n & 63];
+  return t;
+}
+
+constexpr MatKeyShares mat_key_shares = make_mat_key_shares();
+
+}  // namespace
+
+u64 compute_mat_key(const board& b) {
+  const auto& s = mat_key_shares.share;
+  u64 k = s[WHITE][PAWN][b.pawn_count[WHITE]] ^ s[BLACK][PAWN][b.pawn_count[BLACK]];
   for (int p = KNIGHT; p <= QUEEN; ++p)
-    for (int c : {WHITE, BLACK})
-      if (int n = popcount(b.bb(c)[p - 1])) k ^= zobrist[c][p][n & 63];
+    k ^= s[WHITE][p][popcount(b.white[p - 1])] ^ s[BLACK][p][popcount(b.black[p - 1])];
   return k;
 }
 
