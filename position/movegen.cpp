@@ -26,9 +26,16 @@ struct PawnDir {
 // A position of a game never has more moves than the list holds (218 at
 // most), but one set up from text can: a board full of queens has well over
 // 256. What does not fit is left out rather than written past the list.
-inline void add(MoveList& l, int from, int to, int cap, int promo, int piece) {
-  if (l.count < MAX_MOVES) l.moves[l.count++] = encode_move(from, to, cap, promo, piece);
-}
+// The count is held apart from the list while a generator runs: moves and
+// count are both 32-bit integers, so a count kept in the list would be
+// reloaded after every move written.
+struct Appender {
+  Move* moves;
+  int count;
+  void add(int from, int to, int cap, int promo, int piece) {
+    if (count < MAX_MOVES) moves[count++] = encode_move(from, to, cap, promo, piece);
+  }
+};
 
 template <int Piece>
 inline u64 piece_attacks(const board& b, int s) {
@@ -40,33 +47,35 @@ inline u64 piece_attacks(const board& b, int s) {
   return 0;
 }
 
+enum class Targets { ENEMY, EMPTY };
+
 // Moves of one piece kind onto the target set; captures read the victim
-// from the mailbox.
-template <int Piece>
-inline void piece_moves(const board& b, MoveList& l, u64 pieces, u64 targets) {
+// from the mailbox, moves onto empty squares take nothing.
+template <int Piece, Targets T>
+inline void piece_moves(const board& b, Appender& l, u64 pieces, u64 targets) {
   while (pieces) {
     int from = pop_lsb(pieces);
     u64 t = piece_attacks<Piece>(b, from) & targets;
     while (t) {
       int to = pop_lsb(t);
-      add(l, from, to, b.piece[to], 0, Piece);
+      l.add(from, to, T == Targets::ENEMY ? int(b.piece[to]) : int(EMPTY), 0, Piece);
     }
   }
 }
 
 template <int C>
-int captures(const board& b, MoveList& l) {
+int captures(const board& b, MoveList& list) {
   using P = PawnDir<C>;
   const u64* own = b.bb(C);
   const u64* opp = b.bb(C ^ 1);
   // Never generate the capture of a king.
   const u64 targets = opp[BB_ALL] & ~b.kings(C ^ 1);
-  l.count = 0;
-  piece_moves<KNIGHT>(b, l, own[BB_KNIGHT], targets);
-  piece_moves<BISHOP>(b, l, own[BB_BISHOP], targets);
-  piece_moves<ROOK>(b, l, own[BB_ROOK], targets);
-  piece_moves<QUEEN>(b, l, own[BB_QUEEN], targets);
-  piece_moves<KING>(b, l, b.kings(C), targets);
+  Appender l{list.moves, 0};
+  piece_moves<KNIGHT, Targets::ENEMY>(b, l, own[BB_KNIGHT], targets);
+  piece_moves<BISHOP, Targets::ENEMY>(b, l, own[BB_BISHOP], targets);
+  piece_moves<ROOK, Targets::ENEMY>(b, l, own[BB_ROOK], targets);
+  piece_moves<QUEEN, Targets::ENEMY>(b, l, own[BB_QUEEN], targets);
+  piece_moves<KING, Targets::ENEMY>(b, l, b.kings(C), targets);
 
   const u64 pawns = own[BB_PAWN];
   const u64 empty = ~b.occupied;
@@ -75,7 +84,7 @@ int captures(const board& b, MoveList& l) {
   u64 promo = P::shift(pawns, P::push) & empty & P::last_row;
   while (promo) {
     int to = pop_lsb(promo);
-    add(l, to - P::push, to, 0, QUEEN, PAWN);
+    l.add(to - P::push, to, 0, QUEEN, PAWN);
   }
   if (b.ep != -1) {
     const int ep = b.ep;
@@ -89,9 +98,9 @@ int captures(const board& b, MoveList& l) {
       // file towards a; the same order as the ordinary pawn captures.
       const int from_a = ep - P::cap_a, from_h = ep - P::cap_h;
       if (file_of(ep) != 7 && from_a >= 0 && from_a < 64 && (pawns & (1ull << from_a)))
-        add(l, from_a, ep, PAWN, 0, PAWN);
+        l.add(from_a, ep, PAWN, 0, PAWN);
       if (file_of(ep) != 0 && from_h >= 0 && from_h < 64 && (pawns & (1ull << from_h)))
-        add(l, from_h, ep, PAWN, 0, PAWN);
+        l.add(from_h, ep, PAWN, 0, PAWN);
     }
   }
   // Captures towards the a-file side first (pawns on the a-file cannot),
@@ -103,21 +112,23 @@ int captures(const board& b, MoveList& l) {
       int to = pop_lsb(t);
       int from = to - dir, cap = b.piece[to];
       if ((1ull << to) & P::last_row) {
-        add(l, from, to, cap, QUEEN, PAWN);
-        add(l, from, to, cap, ROOK, PAWN);
-        add(l, from, to, cap, BISHOP, PAWN);
-        add(l, from, to, cap, KNIGHT, PAWN);
+        l.add(from, to, cap, QUEEN, PAWN);
+        l.add(from, to, cap, ROOK, PAWN);
+        l.add(from, to, cap, BISHOP, PAWN);
+        l.add(from, to, cap, KNIGHT, PAWN);
       } else {
-        add(l, from, to, cap, 0, PAWN);
+        l.add(from, to, cap, 0, PAWN);
       }
     }
   }
+  list.count = l.count;
   return l.count;
 }
 
 template <int C>
-int quiets(const board& b, MoveList& l) {
+int quiets(const board& b, MoveList& list) {
   using P = PawnDir<C>;
+  Appender l{list.moves, list.count};
   const u64* own = b.bb(C);
   const u64 empty = ~b.occupied;
   // Castling by placement only: rights and attacked squares are make's job.
@@ -125,16 +136,16 @@ int quiets(const board& b, MoveList& l) {
   if (b.piece[home] == KING && b.color[home] == C) {
     if (b.piece[home + 3] == ROOK && b.color[home + 3] == C && b.piece[home + 1] == EMPTY &&
         b.piece[home + 2] == EMPTY)
-      add(l, home, home + 2, 0, 0, KING);
+      l.add(home, home + 2, 0, 0, KING);
     if (b.piece[home - 4] == ROOK && b.color[home - 4] == C && b.piece[home - 1] == EMPTY &&
         b.piece[home - 2] == EMPTY && b.piece[home - 3] == EMPTY)
-      add(l, home, home - 2, 0, 0, KING);
+      l.add(home, home - 2, 0, 0, KING);
   }
-  piece_moves<KNIGHT>(b, l, own[BB_KNIGHT], empty);
-  piece_moves<BISHOP>(b, l, own[BB_BISHOP], empty);
-  piece_moves<ROOK>(b, l, own[BB_ROOK], empty);
-  piece_moves<QUEEN>(b, l, own[BB_QUEEN], empty);
-  piece_moves<KING>(b, l, b.kings(C), empty);
+  piece_moves<KNIGHT, Targets::EMPTY>(b, l, own[BB_KNIGHT], empty);
+  piece_moves<BISHOP, Targets::EMPTY>(b, l, own[BB_BISHOP], empty);
+  piece_moves<ROOK, Targets::EMPTY>(b, l, own[BB_ROOK], empty);
+  piece_moves<QUEEN, Targets::EMPTY>(b, l, own[BB_QUEEN], empty);
+  piece_moves<KING, Targets::EMPTY>(b, l, b.kings(C), empty);
 
   const u64 single = P::shift(own[BB_PAWN], P::push) & empty;
   u64 t = single;
@@ -142,18 +153,19 @@ int quiets(const board& b, MoveList& l) {
     int to = pop_lsb(t);
     int from = to - P::push;
     if ((1ull << to) & P::last_row) {
-      add(l, from, to, 0, ROOK, PAWN);
-      add(l, from, to, 0, BISHOP, PAWN);
-      add(l, from, to, 0, KNIGHT, PAWN);
+      l.add(from, to, 0, ROOK, PAWN);
+      l.add(from, to, 0, BISHOP, PAWN);
+      l.add(from, to, 0, KNIGHT, PAWN);
     } else {
-      add(l, from, to, 0, 0, PAWN);
+      l.add(from, to, 0, 0, PAWN);
     }
   }
   u64 dbl = P::shift(single & P::double_row, P::push) & empty;
   while (dbl) {
     int to = pop_lsb(dbl);
-    add(l, to - 2 * P::push, to, 0, 0, PAWN);
+    l.add(to - 2 * P::push, to, 0, 0, PAWN);
   }
+  list.count = l.count;
   return l.count;
 }
 
