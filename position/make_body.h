@@ -202,15 +202,19 @@ template <int C>
   b.key_history[b.hist_ply & (KEY_HISTORY_SIZE - 1)] = b.key;
 
   const int old_ep = b.ep;
-  const bool castling = is_castling<C>(from, to, pc);
   // Where a refusal is likely (the side to move is in check, as the search
   // marks it, or the king itself moves), the test comes before the board
   // changes, so that a refused move costs no make and unmake; elsewhere it
   // comes after, on the made move, which is cheaper when the move stands.
   // Both tests give the same answer: the flag only chooses the cheaper one.
-  if (castling && castling_refused<C>(b, to)) return false;
-  const bool checked = watch.known ? watch.in_check : b.in_check;
-  const bool tested_before = (checked || pc == KING) && !castling;
+  // A castling has had its own test on its three squares.
+  bool castling = false;
+  bool tested_before = watch.known ? watch.in_check : b.in_check;
+  if (pc == KING) {
+    castling = is_castling<C>(from, to, pc);
+    if (castling && castling_refused<C>(b, to)) return false;
+    tested_before = !castling;
+  }
   if (tested_before && exposes_king<C>(b, from, to, cap, pc, old_ep)) return false;
   // A king known not to be in check can come under attack through another
   // piece's move only when the piece leaves a line to it with an enemy

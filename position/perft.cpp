@@ -23,8 +23,10 @@ void walk(board& b, int remaining, int level, PerftCounts& counts) {
   for (int i = 0; i < list.count; ++i) {
     const Move m = list.moves[i];
     if (!make_detail::make_inline<C>(b, m, u, watch)) continue;
-    if (move_captured(m)) ++counts.captures[level];
-    if (move_piece(m) == PAWN && move_to(m) == ep && move_captured(m) == PAWN) ++counts.ep[level];
+    if (const int captured = move_captured(m)) {
+      ++counts.captures[level];
+      if (captured == PAWN && move_to(m) == ep && move_piece(m) == PAWN) ++counts.ep[level];
+    }
     if (move_promotion(m)) ++counts.promotions[level];
     if (move_piece(m) == KING && std::abs(move_from(m) - move_to(m)) == 2) ++counts.castles[level];
     ++counts.moves[level];
