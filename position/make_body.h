@@ -17,8 +17,7 @@ inline void toggle_rotated(board& b, int sq) {
   b.occ_diag_a1h8 ^= r.a1h8;
 }
 
-inline void toggle_rotated(board& b, int sq1, int sq2) {
-  const SquareBits &r1 = square_bits[sq1], &r2 = square_bits[sq2];
+inline void toggle_rotated(board& b, const SquareBits& r1, const SquareBits& r2) {
   b.occ_file ^= r1.file ^ r2.file;
   b.occ_diag_h1a8 ^= r1.h1a8 ^ r2.h1a8;
   b.occ_diag_a1h8 ^= r1.a1h8 ^ r2.a1h8;
@@ -39,8 +38,9 @@ struct Side {
 template <int C>
 inline void move_rook(board& b, int from, int to) {
   u64* own = b.bb(C);
-  const u64 ft = square_bits[from].square | square_bits[to].square;
-  toggle_rotated(b, from, to);
+  const SquareBits &sf = square_bits[from], &st = square_bits[to];
+  const u64 ft = sf.square | st.square;
+  toggle_rotated(b, sf, st);
   b.piece[from] = EMPTY;
   b.color[from] = NO_COLOR;
   b.piece[to] = ROOK;
@@ -155,7 +155,6 @@ u64 evasion_targets_t(const board& b) {
 // (the perft walk does so). make() knows nothing: the search's in_check
 // mark then only chooses where the test goes.
 struct KingWatch {
-  bool known = false;
   bool in_check = false;
   // The squares on a line from the king on which, further along the same
   // line, an enemy piece stands that moves along lines of that kind: only a
@@ -170,19 +169,19 @@ KingWatch watch_king(const board& b) {
   const u64* opp = b.bb(O);
   const u64 straight = opp[BB_ROOK] | opp[BB_QUEEN], diagonal = opp[BB_BISHOP] | opp[BB_QUEEN];
   KingWatch w;
-  w.known = true;
   w.in_check = attacked_by<O>(b, king);
   for (int d = 0; d < 8; ++d)  // the directions alternate, north first
     if (ray[d][king] & (d & 1 ? diagonal : straight)) w.uncovering |= ray[d][king];
   return w;
 }
 
-template <int C>
-[[gnu::always_inline]] inline bool make_inline(board& b, const Move m, undo& u, const KingWatch& watch = {}) {
+template <int C, bool Watched>
+[[gnu::always_inline]] inline bool make_body(board& b, const Move m, undo& u, const KingWatch& watch) {
   using S = Side<C>;
   constexpr int O = C ^ 1;
   const int from = move_from(m), to = move_to(m);
   const int cap = move_captured(m), promo = move_promotion(m), pc = move_piece(m);
+  const SquareBits &sf = square_bits[from], &st = square_bits[to];
   u64* own = b.bb(C);
   u64* opp = b.bb(O);
 
@@ -209,7 +208,7 @@ template <int C>
   // Both tests give the same answer: the flag only chooses the cheaper one.
   // A castling has had its own test on its three squares.
   bool castling = false;
-  bool tested_before = watch.known ? watch.in_check : b.in_check;
+  bool tested_before = Watched ? watch.in_check : b.in_check;
   if (pc == KING) {
     castling = is_castling<C>(from, to, pc);
     if (castling && castling_refused<C>(b, to)) return false;
@@ -221,8 +220,8 @@ template <int C>
   // slider further along, or along the row an en-passant capture empties;
   // any other such move stands untested.
   const bool tested_after = !tested_before && !castling &&
-                            (!watch.known || (pc == PAWN && to == old_ep) ||
-                             (watch.uncovering & square_bits[from].square));
+                            (!Watched || (to == old_ep && pc == PAWN) ||
+                             (watch.uncovering & sf.square));
   if (old_ep != -1) {
     b.key ^= zobrist_castle_ep[old_ep];
     b.ep = -1;
@@ -232,11 +231,11 @@ template <int C>
   // from the record).
   const u32 old_castle = b.castle;
   ++b.fifty;
-  toggle_rotated(b, from, to);
+  toggle_rotated(b, sf, st);
   b.piece[from] = EMPTY;
   b.color[from] = NO_COLOR;
 
-  const u64 ft = square_bits[from].square | square_bits[to].square;
+  const u64 ft = sf.square | st.square;
   bool ep_capture = false;
   switch (pc) {
     case KNIGHT:
@@ -385,9 +384,10 @@ template <int C>
   const int cap = move_captured(m), promo = move_promotion(m), pc = move_piece(m);
   u64* own = b.bb(C);
   u64* opp = b.bb(O);
-  const u64 ft = square_bits[from].square | square_bits[to].square;
+  const SquareBits &sf = square_bits[from], &st = square_bits[to];
+  const u64 ft = sf.square | st.square;
 
-  toggle_rotated(b, from, to);
+  toggle_rotated(b, sf, st);
   b.piece[to] = EMPTY;
   b.color[to] = NO_COLOR;
   b.piece[from] = i8(pc);
@@ -450,6 +450,18 @@ template <int C>
     }
   }
   b.occupied = b.white[BB_ALL] | b.black[BB_ALL];
+}
+
+// make's body, for a caller that knows nothing of the king's state and for
+// one that has watched the king (see KingWatch).
+template <int C>
+[[gnu::always_inline]] inline bool make_inline(board& b, const Move m, undo& u) {
+  return make_body<C, false>(b, m, u, KingWatch{});
+}
+
+template <int C>
+[[gnu::always_inline]] inline bool make_inline(board& b, const Move m, undo& u, const KingWatch& watch) {
+  return make_body<C, true>(b, m, u, watch);
 }
 
 // make and unmake proper: the compiler decides where these are inlined.
