@@ -150,45 +150,29 @@ u64 evasion_targets_t(const board& b) {
   return ray[d][king] & ~ray[d][checker];
 }
 
-// What the caller of make_inline knows of the mover's king in the position
-// the move is made from, worked out once for all of that position's moves
-// (the perft walk does so). make() knows nothing: the search's in_check
-// mark then only chooses where the test goes.
-struct KingWatch {
+// What a caller that makes many moves from one position can work out once
+// for all of them (the perft walk does so): the state of the mover's king,
+// and the undo record's fields that describe the position, which making and
+// taking back a move leave as they found them. make() knows nothing of the
+// kind: it fills the record for every move, and the search's in_check mark
+// only chooses where the legality test goes.
+struct PreparedPosition {
   bool in_check = false;
   // The squares on a line from the king on which, further along the same
   // line, an enemy piece stands that moves along lines of that kind: only a
   // piece leaving one of them can uncover the king.
   u64 uncovering = 0;
+  // Filled but for the move; each move made writes its own.
+  undo record{};
 };
 
+// The undo record's description of the position a move of side C is made
+// from: everything but the move.
 template <int C>
-KingWatch watch_king(const board& b) {
-  constexpr int O = C ^ 1;
-  const int king = b.king_sq[C];
-  const u64* opp = b.bb(O);
-  const u64 straight = opp[BB_ROOK] | opp[BB_QUEEN], diagonal = opp[BB_BISHOP] | opp[BB_QUEEN];
-  KingWatch w;
-  w.in_check = attacked_by<O>(b, king);
-  for (int d = 0; d < 8; ++d)  // the directions alternate, north first
-    if (ray[d][king] & (d & 1 ? diagonal : straight)) w.uncovering |= ray[d][king];
-  return w;
-}
-
-template <int C, bool Watched>
-[[gnu::always_inline]] inline bool make_body(board& b, const Move m, undo& u, const KingWatch& watch) {
-  using S = Side<C>;
-  constexpr int O = C ^ 1;
-  const int from = move_from(m), to = move_to(m);
-  const int cap = move_captured(m), promo = move_promotion(m), pc = move_piece(m);
-  const SquareBits &sf = square_bits[from], &st = square_bits[to];
-  u64* own = b.bb(C);
-  u64* opp = b.bb(O);
-
+inline void record_position(const board& b, undo& u) {
   u.key = b.key;
   u.pawn_key = b.pawn_key;
   u.mat_key = b.mat_key;
-  u.move = m;
   u.last_move = b.last_move;
   u.castle = u8(b.castle);
   u.ep = u8(b.ep);
@@ -197,6 +181,34 @@ template <int C, bool Watched>
   u.castled = b.castled[C];
   u.in_check = b.in_check;
   u.phase = b.phase;
+}
+
+template <int C>
+PreparedPosition prepare_position(const board& b) {
+  constexpr int O = C ^ 1;
+  const int king = b.king_sq[C];
+  const u64* opp = b.bb(O);
+  const u64 straight = opp[BB_ROOK] | opp[BB_QUEEN], diagonal = opp[BB_BISHOP] | opp[BB_QUEEN];
+  PreparedPosition p;
+  p.in_check = attacked_by<O>(b, king);
+  for (int d = 0; d < 8; ++d)  // the directions alternate, north first
+    if (ray[d][king] & (d & 1 ? diagonal : straight)) p.uncovering |= ray[d][king];
+  record_position<C>(b, p.record);
+  return p;
+}
+
+template <int C, bool Prepared>
+[[gnu::always_inline]] inline bool make_body(board& b, const Move m, undo& u, const PreparedPosition& prep) {
+  using S = Side<C>;
+  constexpr int O = C ^ 1;
+  const int from = move_from(m), to = move_to(m);
+  const int cap = move_captured(m), promo = move_promotion(m), pc = move_piece(m);
+  const SquareBits &sf = square_bits[from], &st = square_bits[to];
+  u64* own = b.bb(C);
+  u64* opp = b.bb(O);
+
+  if constexpr (!Prepared) record_position<C>(b, u);
+  u.move = m;
 
   b.key_history[b.hist_ply & (KEY_HISTORY_SIZE - 1)] = b.key;
 
@@ -208,7 +220,7 @@ template <int C, bool Watched>
   // Both tests give the same answer: the flag only chooses the cheaper one.
   // A castling has had its own test on its three squares.
   bool castling = false;
-  bool tested_before = Watched ? watch.in_check : b.in_check;
+  bool tested_before = Prepared ? prep.in_check : b.in_check;
   if (pc == KING) {
     castling = is_castling<C>(from, to, pc);
     if (castling && castling_refused<C>(b, to)) return false;
@@ -220,8 +232,8 @@ template <int C, bool Watched>
   // slider further along, or along the row an en-passant capture empties;
   // any other such move stands untested.
   const bool tested_after = !tested_before && !castling &&
-                            (!Watched || (to == old_ep && pc == PAWN) ||
-                             (watch.uncovering & sf.square));
+                            (!Prepared || (to == old_ep && pc == PAWN) ||
+                             (prep.uncovering & sf.square));
   if (old_ep != -1) {
     b.key ^= zobrist_castle_ep[old_ep];
     b.ep = -1;
@@ -452,16 +464,16 @@ template <int C>
   b.occupied = b.white[BB_ALL] | b.black[BB_ALL];
 }
 
-// make's body, for a caller that knows nothing of the king's state and for
-// one that has watched the king (see KingWatch).
+// make's body, for a caller that knows nothing of the position, and for one
+// that has prepared it (the record taken back is then prep.record).
 template <int C>
 [[gnu::always_inline]] inline bool make_inline(board& b, const Move m, undo& u) {
-  return make_body<C, false>(b, m, u, KingWatch{});
+  return make_body<C, false>(b, m, u, PreparedPosition{});
 }
 
 template <int C>
-[[gnu::always_inline]] inline bool make_inline(board& b, const Move m, undo& u, const KingWatch& watch) {
-  return make_body<C, true>(b, m, u, watch);
+[[gnu::always_inline]] inline bool make_prepared(board& b, const Move m, PreparedPosition& prep) {
+  return make_body<C, true>(b, m, prep.record, prep);
 }
 
 // make and unmake proper: the compiler decides where these are inlined.

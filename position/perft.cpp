@@ -18,11 +18,10 @@ void walk(board& b, int remaining, int level, PerftCounts& counts) {
   MoveList list;
   generate_all(b, list);
   const int ep = b.ep;
-  const make_detail::KingWatch watch = make_detail::watch_king<C>(b);
-  undo u;
+  make_detail::PreparedPosition prepared = make_detail::prepare_position<C>(b);
   for (int i = 0; i < list.count; ++i) {
     const Move m = list.moves[i];
-    if (!make_detail::make_inline<C>(b, m, u, watch)) continue;
+    if (!make_detail::make_prepared<C>(b, m, prepared)) continue;
     if (const int captured = move_captured(m)) {
       ++counts.captures[level];
       if (captured == PAWN && move_to(m) == ep && move_piece(m) == PAWN) ++counts.ep[level];
@@ -31,7 +30,7 @@ void walk(board& b, int remaining, int level, PerftCounts& counts) {
     if (move_piece(m) == KING && std::abs(move_from(m) - move_to(m)) == 2) ++counts.castles[level];
     ++counts.moves[level];
     if (remaining > 1) walk<C ^ 1>(b, remaining - 1, level + 1, counts);
-    make_detail::unmake_inline<C>(b, u);
+    make_detail::unmake_inline<C>(b, prepared.record);
   }
 }
 

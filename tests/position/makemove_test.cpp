@@ -341,22 +341,19 @@ TEST(MakeMove, EvasionTargetsNeverShutOutALegalMove) {
   EXPECT_GT(answers, 5000);
 }
 
-// The perft walk works out the king's state once per position and hands it
-// to make's body, which then skips the attack test for moves that cannot
-// uncover the king. Over games of random legal moves from the suite's
-// positions, make with that knowledge must accept exactly the moves make
-// accepts, and leave the same board after each.
-TEST(MakeMove, KnowingTheKingsStateChangesNoAnswer) {
+// The perft walk prepares each position once (the king's state, and the
+// undo record but for the move) and then makes every move of it through
+// make's body with that preparation, taking each back from the prepared
+// record. Over games of random legal moves from the suite's positions, that
+// must accept exactly the moves make accepts, leave the same board after
+// each, and take each back to the position it was made from, move after
+// move on the one prepared position.
+TEST(MakeMove, PreparingThePositionChangesNoAnswer) {
   ORVO_REQUIRE_DATA(path, "perft/perftsuite.epd");
   auto suite = test::read_perft_suite(path);
   ASSERT_GT(suite.size(), 100u);
   constexpr int GAMES_PER_POSITION = 20, PLIES = 80;
   std::mt19937 rng(20261125);
-  auto make_watched = [](board& b, Move m, undo& u) {
-    using namespace make_detail;
-    return b.side == WHITE ? make_inline<WHITE>(b, m, u, watch_king<WHITE>(b))
-                           : make_inline<BLACK>(b, m, u, watch_king<BLACK>(b));
-  };
   int refused = 0, accepted = 0, in_check = 0;
   for (const auto& line : suite) {
     for (int game = 0; game < GAMES_PER_POSITION; ++game) {
@@ -367,14 +364,24 @@ TEST(MakeMove, KnowingTheKingsStateChangesNoAnswer) {
         Move legal[MAX_MOVES];
         int n = 0;
         in_check += is_attacked(b, b.king_sq[b.side], b.xside);
+        const bool white = b.side == WHITE;
+        board walked = b;
+        make_detail::PreparedPosition prepared =
+            white ? make_detail::prepare_position<WHITE>(b) : make_detail::prepare_position<BLACK>(b);
         for (int i = 0; i < l.count; ++i) {
           const Move m = l.moves[i];
-          board plain = b, watched = b;
-          undo up, uw;
-          const bool answer = make(plain, m, up);
-          ASSERT_EQ(make_watched(watched, m, uw), answer) << line.fen << " ply " << ply << " move " << m;
-          ASSERT_TRUE(plain == watched) << line.fen << " ply " << ply << " move " << m;
-          if (answer) legal[n++] = m;
+          board plain = b;
+          undo u;
+          const bool answer = make(plain, m, u);
+          const bool made = white ? make_detail::make_prepared<WHITE>(walked, m, prepared)
+                                  : make_detail::make_prepared<BLACK>(walked, m, prepared);
+          ASSERT_EQ(made, answer) << line.fen << " ply " << ply << " move " << m;
+          ASSERT_TRUE(plain == walked) << line.fen << " ply " << ply << " move " << m;
+          if (answer) {
+            unmake(walked, prepared.record);
+            ASSERT_TRUE(walked == b) << line.fen << " ply " << ply << " move " << m;
+            legal[n++] = m;
+          }
           ++(answer ? accepted : refused);
         }
         if (n == 0) break;
