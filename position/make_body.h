@@ -183,8 +183,11 @@ inline void record_position(const board& b, undo& u) {
   u.phase = b.phase;
 }
 
+// Also makes, once for all the moves, make's store of the position's key in
+// the key history: every move of the position stores the same key in the
+// same slot, and the moves below it write only the slots above.
 template <int C>
-PreparedPosition prepare_position(const board& b) {
+PreparedPosition prepare_position(board& b) {
   constexpr int O = C ^ 1;
   const int king = b.king_sq[C];
   const u64* opp = b.bb(O);
@@ -194,6 +197,7 @@ PreparedPosition prepare_position(const board& b) {
   for (int d = 0; d < 8; ++d)  // the directions alternate, north first
     if (ray[d][king] & (d & 1 ? diagonal : straight)) p.uncovering |= ray[d][king];
   record_position<C>(b, p.record);
+  b.key_history[b.hist_ply & (KEY_HISTORY_SIZE - 1)] = b.key;
   return p;
 }
 
@@ -207,10 +211,11 @@ template <int C, bool Prepared>
   u64* own = b.bb(C);
   u64* opp = b.bb(O);
 
-  if constexpr (!Prepared) record_position<C>(b, u);
+  if constexpr (!Prepared) {
+    record_position<C>(b, u);
+    b.key_history[b.hist_ply & (KEY_HISTORY_SIZE - 1)] = b.key;
+  }
   u.move = m;
-
-  b.key_history[b.hist_ply & (KEY_HISTORY_SIZE - 1)] = b.key;
 
   const int old_ep = b.ep;
   // Where a refusal is likely (the side to move is in check, as the search

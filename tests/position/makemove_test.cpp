@@ -367,7 +367,8 @@ TEST(MakeMove, PreparingThePositionChangesNoAnswer) {
         const bool white = b.side == WHITE;
         board walked = b;
         make_detail::PreparedPosition prepared =
-            white ? make_detail::prepare_position<WHITE>(b) : make_detail::prepare_position<BLACK>(b);
+            white ? make_detail::prepare_position<WHITE>(walked) : make_detail::prepare_position<BLACK>(walked);
+        const board prepared_board = walked;
         for (int i = 0; i < l.count; ++i) {
           const Move m = l.moves[i];
           board plain = b;
@@ -379,7 +380,7 @@ TEST(MakeMove, PreparingThePositionChangesNoAnswer) {
           ASSERT_TRUE(plain == walked) << line.fen << " ply " << ply << " move " << m;
           if (answer) {
             unmake(walked, prepared.record);
-            ASSERT_TRUE(walked == b) << line.fen << " ply " << ply << " move " << m;
+            ASSERT_TRUE(walked == prepared_board) << line.fen << " ply " << ply << " move " << m;
             legal[n++] = m;
           }
           ++(answer ? accepted : refused);
