@@ -254,84 +254,74 @@ template <int C, bool Prepared>
 
   const u64 ft = sf.square | st.square;
   bool ep_capture = false;
-  switch (pc) {
-    case KNIGHT:
-    case BISHOP:
-    case QUEEN:
-      own[pc - 1] ^= ft;
-      own[BB_ALL] ^= ft;
-      b.key ^= zobrist[C][pc][from] ^ zobrist[C][pc][to];
-      break;
-    case ROOK:
-      own[BB_ROOK] ^= ft;
-      own[BB_ALL] ^= ft;
-      b.key ^= zobrist[C][ROOK][from] ^ zobrist[C][ROOK][to];
+  // A branch per kind of piece rather than a jump table: the pieces that
+  // move alike share one, the commonest.
+  if (unsigned(pc - KNIGHT) <= unsigned(QUEEN - KNIGHT)) {
+    own[pc - 1] ^= ft;
+    own[BB_ALL] ^= ft;
+    b.key ^= zobrist[C][pc][from] ^ zobrist[C][pc][to];
+    if (pc == ROOK) {
       if (from == S::short_corner) b.castle &= ~S::short_right;
       if (from == S::long_corner) b.castle &= ~S::long_right;
-      break;
-    case KING:
-      if (castling) {
-        const bool is_short = to == S::home + 2;
-        const int step = is_short ? 1 : -1;
-        own[BB_ALL] ^= ft;
-        b.key ^= zobrist[C][KING][from] ^ zobrist[C][KING][to];
-        b.king_sq[C] = to;
-        b.castled[C] = 1;
-        b.castle &= S::keep_other_rights;
-        const int rook_from = is_short ? S::short_corner : S::long_corner;
-        const int rook_to = S::home + step;
-        move_rook<C>(b, rook_from, rook_to);
-        b.key ^= zobrist[C][ROOK][rook_from] ^ zobrist[C][ROOK][rook_to];
-      } else {
-        own[BB_ALL] ^= ft;
-        b.key ^= zobrist[C][KING][from] ^ zobrist[C][KING][to];
-        b.king_sq[C] = to;
-        b.castle &= S::keep_other_rights;
-      }
-      break;
-    case PAWN: {
-      own[BB_PAWN] ^= ft;
-      own[BB_ALL] ^= ft;
-      const u64 k = zobrist[C][PAWN][from] ^ zobrist[C][PAWN][to];
-      b.key ^= k;
-      b.pawn_key ^= k;
-      if (to == old_ep && cap == PAWN && b.piece[to] == EMPTY) {
-        const int victim = to - S::push;
-        b.piece[victim] = EMPTY;
-        b.color[victim] = NO_COLOR;
-        opp[BB_PAWN] ^= 1ull << victim;
-        opp[BB_ALL] ^= 1ull << victim;
-        toggle_rotated(b, victim);
-        b.material[O] -= 100;
-        --b.pawn_count[O];
-        b.key ^= zobrist[O][PAWN][victim];
-        b.pawn_key ^= zobrist[O][PAWN][victim];
-        ep_capture = true;
-      } else if (promo) {
-        own[BB_PAWN] ^= 1ull << to;
-        b.material[C] -= 100;
-        --b.pawn_count[C];
-        b.key ^= zobrist[C][PAWN][to];
-        b.pawn_key ^= zobrist[C][PAWN][to];
-        own[promo - 1] ^= 1ull << to;
-        b.key ^= zobrist[C][promo][to];
-        b.material[C] += piece_value[promo];
-        b.phase_units[C] += phase_unit[promo];
-        ++b.pieces_count[C];
-      } else if (to - from == 2 * S::push) {
-        // Deliberate: the neighbour test looks at square numbers only, so
-        // an enemy pawn across the board's edge (a White pawn on a4 when a
-        // Black pawn arrives on h5) also sets the en-passant square. It changes the key, and with it repetition
-        // and hash behaviour, so it stays.
-        if ((b.piece[to - 1] == PAWN && b.color[to - 1] == O) ||
-            (b.piece[to + 1] == PAWN && b.color[to + 1] == O))
-          b.ep = from + S::push;
-      }
-      b.fifty = 0;
-      break;
     }
-    default:
-      break;
+  } else if (pc == PAWN) {
+    own[BB_PAWN] ^= ft;
+    own[BB_ALL] ^= ft;
+    const u64 k = zobrist[C][PAWN][from] ^ zobrist[C][PAWN][to];
+    b.key ^= k;
+    b.pawn_key ^= k;
+    if (to == old_ep && cap == PAWN && b.piece[to] == EMPTY) {
+      const int victim = to - S::push;
+      b.piece[victim] = EMPTY;
+      b.color[victim] = NO_COLOR;
+      opp[BB_PAWN] ^= 1ull << victim;
+      opp[BB_ALL] ^= 1ull << victim;
+      toggle_rotated(b, victim);
+      b.material[O] -= 100;
+      --b.pawn_count[O];
+      b.key ^= zobrist[O][PAWN][victim];
+      b.pawn_key ^= zobrist[O][PAWN][victim];
+      ep_capture = true;
+    } else if (promo) {
+      own[BB_PAWN] ^= 1ull << to;
+      b.material[C] -= 100;
+      --b.pawn_count[C];
+      b.key ^= zobrist[C][PAWN][to];
+      b.pawn_key ^= zobrist[C][PAWN][to];
+      own[promo - 1] ^= 1ull << to;
+      b.key ^= zobrist[C][promo][to];
+      b.material[C] += piece_value[promo];
+      b.phase_units[C] += phase_unit[promo];
+      ++b.pieces_count[C];
+    } else if (to - from == 2 * S::push) {
+      // Deliberate: the neighbour test looks at square numbers only, so an
+      // enemy pawn across the board's edge (a White pawn on a4 when a Black
+      // pawn arrives on h5) also sets the en-passant square. It changes the
+      // key, and with it repetition and hash behaviour, so it stays.
+      if ((b.piece[to - 1] == PAWN && b.color[to - 1] == O) ||
+          (b.piece[to + 1] == PAWN && b.color[to + 1] == O))
+        b.ep = from + S::push;
+    }
+    b.fifty = 0;
+  } else if (pc == KING) {
+    if (castling) {
+      const bool is_short = to == S::home + 2;
+      const int step = is_short ? 1 : -1;
+      own[BB_ALL] ^= ft;
+      b.key ^= zobrist[C][KING][from] ^ zobrist[C][KING][to];
+      b.king_sq[C] = to;
+      b.castled[C] = 1;
+      b.castle &= S::keep_other_rights;
+      const int rook_from = is_short ? S::short_corner : S::long_corner;
+      const int rook_to = S::home + step;
+      move_rook<C>(b, rook_from, rook_to);
+      b.key ^= zobrist[C][ROOK][rook_from] ^ zobrist[C][ROOK][rook_to];
+    } else {
+      own[BB_ALL] ^= ft;
+      b.key ^= zobrist[C][KING][from] ^ zobrist[C][KING][to];
+      b.king_sq[C] = to;
+      b.castle &= S::keep_other_rights;
+    }
   }
   b.piece[to] = i8(promo ? promo : pc);
   b.color[to] = u8(C);
@@ -409,37 +399,28 @@ template <int C>
   b.color[to] = NO_COLOR;
   b.piece[from] = i8(pc);
   b.color[from] = u8(C);
-  switch (pc) {
-    case KNIGHT:
-    case BISHOP:
-    case ROOK:
-    case QUEEN:
-      own[pc - 1] ^= ft;
-      own[BB_ALL] ^= ft;
-      break;
-    case KING:
-      own[BB_ALL] ^= ft;
-      b.king_sq[C] = from;
-      if (is_castling<C>(from, to, KING)) {
-        const bool is_short = to == S::home + 2;
-        move_rook<C>(b, S::home + (is_short ? 1 : -1), is_short ? S::short_corner : S::long_corner);
-      }
-      break;
-    case PAWN:
-      if (promo) {
-        own[promo - 1] ^= 1ull << to;
-        b.material[C] += 100 - piece_value[promo];
-        b.phase_units[C] -= phase_unit[promo];
-        --b.pieces_count[C];
-        ++b.pawn_count[C];
-        own[BB_PAWN] ^= 1ull << from;
-      } else {
-        own[BB_PAWN] ^= ft;
-      }
-      own[BB_ALL] ^= ft;
-      break;
-    default:
-      break;
+  if (unsigned(pc - KNIGHT) <= unsigned(QUEEN - KNIGHT)) {
+    own[pc - 1] ^= ft;
+    own[BB_ALL] ^= ft;
+  } else if (pc == PAWN) {
+    if (promo) {
+      own[promo - 1] ^= 1ull << to;
+      b.material[C] += 100 - piece_value[promo];
+      b.phase_units[C] -= phase_unit[promo];
+      --b.pieces_count[C];
+      ++b.pawn_count[C];
+      own[BB_PAWN] ^= 1ull << from;
+    } else {
+      own[BB_PAWN] ^= ft;
+    }
+    own[BB_ALL] ^= ft;
+  } else if (pc == KING) {
+    own[BB_ALL] ^= ft;
+    b.king_sq[C] = from;
+    if (is_castling<C>(from, to, KING)) {
+      const bool is_short = to == S::home + 2;
+      move_rook<C>(b, S::home + (is_short ? 1 : -1), is_short ? S::short_corner : S::long_corner);
+    }
   }
 
   if (cap) {
