@@ -11,16 +11,16 @@
 namespace orvo::make_detail {
 
 inline void toggle_rotated(board& b, int sq) {
-  const SquareBits& r = square_bits[sq];
-  b.occ_file ^= r.file;
-  b.occ_diag_h1a8 ^= r.h1a8;
-  b.occ_diag_a1h8 ^= r.a1h8;
+  const SquareBits r = square_bits(sq);
+  b.occ_file ^= r.file();
+  b.occ_diag_h1a8 ^= r.h1a8();
+  b.occ_diag_a1h8 ^= r.a1h8();
 }
 
-inline void toggle_rotated(board& b, const SquareBits& r1, const SquareBits& r2) {
-  b.occ_file ^= r1.file ^ r2.file;
-  b.occ_diag_h1a8 ^= r1.h1a8 ^ r2.h1a8;
-  b.occ_diag_a1h8 ^= r1.a1h8 ^ r2.a1h8;
+inline void toggle_rotated(board& b, SquareBits r1, SquareBits r2) {
+  b.occ_file ^= r1.file() ^ r2.file();
+  b.occ_diag_h1a8 ^= r1.h1a8() ^ r2.h1a8();
+  b.occ_diag_a1h8 ^= r1.a1h8() ^ r2.a1h8();
 }
 
 // Per-colour constants of make and unmake.
@@ -38,8 +38,8 @@ struct Side {
 template <int C>
 inline void move_rook(board& b, int from, int to) {
   u64* own = b.bb(C);
-  const SquareBits &sf = square_bits[from], &st = square_bits[to];
-  const u64 ft = sf.square | st.square;
+  const SquareBits sf = square_bits(from), st = square_bits(to);
+  const u64 ft = sf.square() | st.square();
   toggle_rotated(b, sf, st);
   b.piece[from] = EMPTY;
   b.color[from] = NO_COLOR;
@@ -90,15 +90,15 @@ bool exposes_king(const board& b, int from, int to, int cap, int pc, int old_ep)
   const u64 rq = straight & rook_lines[king];
   const u64 bq = diagonal & bishop_lines[king];
   if (!(rq | bq)) return false;
-  const SquareBits &rf = square_bits[from], &rt = square_bits[to], &rv = square_bits[victim];
+  const SquareBits rf = square_bits(from), rt = square_bits(to), rv = square_bits(victim);
   if (rq) {
     const u64 occupied = (own[BB_ALL] ^ (1ull << from) ^ (1ull << to)) | (opp[BB_ALL] ^ taken);
-    const u64 occ_file = b.occ_file ^ rf.file ^ rt.file ^ (cap ? rv.file : 0);
+    const u64 occ_file = b.occ_file ^ rf.file() ^ rt.file() ^ (cap ? rv.file() : 0);
     if ((rank_attack(occupied, king) | file_attack(occ_file, king)) & rq) return true;
   }
   if (bq) {
-    const u64 h1a8 = b.occ_diag_h1a8 ^ rf.h1a8 ^ rt.h1a8 ^ (cap ? rv.h1a8 : 0);
-    const u64 a1h8 = b.occ_diag_a1h8 ^ rf.a1h8 ^ rt.a1h8 ^ (cap ? rv.a1h8 : 0);
+    const u64 h1a8 = b.occ_diag_h1a8 ^ rf.h1a8() ^ rt.h1a8() ^ (cap ? rv.h1a8() : 0);
+    const u64 a1h8 = b.occ_diag_a1h8 ^ rf.a1h8() ^ rt.a1h8() ^ (cap ? rv.a1h8() : 0);
     if ((diag_h1a8_attack(h1a8, king) | diag_a1h8_attack(a1h8, king)) & bq) return true;
   }
   return false;
@@ -207,7 +207,7 @@ template <int C, bool Prepared>
   constexpr int O = C ^ 1;
   const int from = move_from(m), to = move_to(m);
   const int cap = move_captured(m), promo = move_promotion(m), pc = move_piece(m);
-  const SquareBits &sf = square_bits[from], &st = square_bits[to];
+  const SquareBits sf = square_bits(from), st = square_bits(to);
   u64* own = b.bb(C);
   u64* opp = b.bb(O);
 
@@ -238,7 +238,7 @@ template <int C, bool Prepared>
   // any other such move stands untested.
   const bool tested_after = !tested_before && !castling &&
                             (!Prepared || (to == old_ep && pc == PAWN) ||
-                             (prep.uncovering & sf.square));
+                             (prep.uncovering & sf.square()));
   if (old_ep != -1) {
     b.key ^= zobrist_castle_ep[old_ep];
     b.ep = -1;
@@ -252,7 +252,7 @@ template <int C, bool Prepared>
   b.piece[from] = EMPTY;
   b.color[from] = NO_COLOR;
 
-  const u64 ft = sf.square | st.square;
+  const u64 ft = sf.square() | st.square();
   bool ep_capture = false;
   // A branch per kind of piece rather than a jump table: the pieces that
   // move alike share one, the commonest.
@@ -391,8 +391,8 @@ template <int C>
   const int cap = move_captured(m), promo = move_promotion(m), pc = move_piece(m);
   u64* own = b.bb(C);
   u64* opp = b.bb(O);
-  const SquareBits &sf = square_bits[from], &st = square_bits[to];
-  const u64 ft = sf.square | st.square;
+  const SquareBits sf = square_bits(from), st = square_bits(to);
+  const u64 ft = sf.square() | st.square();
 
   toggle_rotated(b, sf, st);
   b.piece[to] = EMPTY;

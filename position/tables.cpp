@@ -89,7 +89,7 @@ u64 diag_a1h8_attacks[64][256];
 int rot90_index[64];
 int rot_h1a8_index[64];
 int rot_a1h8_index[64];
-SquareBits square_bits[64];
+SquareBitTables square_bit_tables;
 u64 pawn_attacks[2][64];
 SliderSquare slider_sq[64];
 u64 rook_lines[64];
@@ -177,7 +177,10 @@ void build_movegen_tables() {
     rot_a1h8_index[rot_a1h8_map[i]] = i;
   }
   for (int s = 0; s < 64; ++s) {
-    square_bits[s] = {1ull << s, 1ull << rot90_index[s], 1ull << rot_h1a8_index[s], 1ull << rot_a1h8_index[s]};
+    square_bit_tables.square[s] = 1ull << s;
+    square_bit_tables.file[s] = 1ull << rot90_index[s];
+    square_bit_tables.h1a8[s] = 1ull << rot_h1a8_index[s];
+    square_bit_tables.a1h8[s] = 1ull << rot_a1h8_index[s];
   }
   // Rank table: bit i of the pattern is file i of s's row.
   static int rank_map[64];

@@ -43,13 +43,21 @@ extern int rot90_index[64];
 extern int rot_h1a8_index[64];
 extern int rot_a1h8_index[64];
 // A square's own bit and its bit in each of the three rotated boards: what
-// make and unmake toggle. Kept together, one aligned 32-byte entry per
-// square, so that a move reads one cache line per square and finds every
-// field at a fixed offset from one address.
-struct alignas(32) SquareBits {
-  u64 square, file, h1a8, a1h8;
+// make and unmake toggle. One table per kind, so that one base address and
+// the square, scaled, reach any entry in one instruction.
+struct SquareBitTables {
+  u64 square[64], file[64], h1a8[64], a1h8[64];
 };
-extern SquareBits square_bits[64];
+extern SquareBitTables square_bit_tables;
+// One square's entries.
+struct SquareBits {
+  int sq;
+  u64 square() const { return square_bit_tables.square[sq]; }
+  u64 file() const { return square_bit_tables.file[sq]; }
+  u64 h1a8() const { return square_bit_tables.h1a8[sq]; }
+  u64 a1h8() const { return square_bit_tables.a1h8[sq]; }
+};
+inline SquareBits square_bits(int sq) { return SquareBits{sq}; }
 // Every square on a rook's / a bishop's lines through sq, on an empty board.
 extern u64 rook_lines[64];
 extern u64 bishop_lines[64];
