@@ -158,9 +158,11 @@ u64 evasion_targets_t(const board& b) {
 // only chooses where the legality test goes.
 struct PreparedPosition {
   bool in_check = false;
-  // The squares on a line from the king on which, further along the same
-  // line, an enemy piece stands that moves along lines of that kind: only a
-  // piece leaving one of them can uncover the king.
+  // The squares a piece cannot leave without a test for an uncovered king:
+  // those on a line from the king on which, further along the same line,
+  // an enemy piece stands that moves along lines of that kind, and those
+  // from which a pawn can take en passant (the pawn taken leaves its row
+  // too). Leaving any other square uncovers nothing.
   u64 uncovering = 0;
   // Filled but for the move; each move made writes its own.
   undo record{};
@@ -196,6 +198,7 @@ PreparedPosition prepare_position(board& b) {
   p.in_check = attacked_by<O>(b, king);
   for (int d = 0; d < 8; ++d)  // the directions alternate, north first
     if (ray[d][king] & (d & 1 ? diagonal : straight)) p.uncovering |= ray[d][king];
+  if (b.ep != -1) p.uncovering |= pawn_attacks[O][b.ep];
   record_position<C>(b, p.record);
   b.key_history[b.hist_ply & (KEY_HISTORY_SIZE - 1)] = b.key;
   return p;
@@ -233,12 +236,9 @@ template <int C, bool Prepared>
   }
   if (tested_before && exposes_king<C>(b, from, to, cap, pc, old_ep)) return false;
   // A king known not to be in check can come under attack through another
-  // piece's move only when the piece leaves a line to it with an enemy
-  // slider further along, or along the row an en-passant capture empties;
+  // piece's move only when the piece leaves one of the prepared squares;
   // any other such move stands untested.
-  const bool tested_after = !tested_before && !castling &&
-                            (!Prepared || (to == old_ep && pc == PAWN) ||
-                             (prep.uncovering & sf.square()));
+  const bool tested_after = !tested_before && !castling && (!Prepared || (prep.uncovering & sf.square()));
   if (old_ep != -1) {
     b.key ^= zobrist_castle_ep[old_ep];
     b.ep = -1;

@@ -19,7 +19,8 @@ void walk(board& b, int remaining, int level, PerftCounts& counts) {
   generate_all(b, list);
   const int ep = b.ep;
   make_detail::PreparedPosition prepared = make_detail::prepare_position<C>(b);
-  for (int i = 0; i < list.count; ++i) {
+  const int count = list.count;  // read once: the board's writes could alias it
+  for (int i = 0; i < count; ++i) {
     const Move m = list.moves[i];
     if (!make_detail::make_prepared<C>(b, m, prepared)) continue;
     if (const int captured = move_captured(m)) {
