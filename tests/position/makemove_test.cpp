@@ -352,39 +352,65 @@ TEST(MakeMove, PreparingThePositionChangesNoAnswer) {
   ORVO_REQUIRE_DATA(path, "perft/perftsuite.epd");
   auto suite = test::read_perft_suite(path);
   ASSERT_GT(suite.size(), 100u);
+  int refused = 0, accepted = 0, in_check = 0;
+  // Every generated move of b, on one board prepared once; the legal ones
+  // go to legal.
+  auto check_position = [&](const board& b, const std::string& where, Move* legal, int& n) {
+    MoveList l;
+    generate_all(b, l);
+    n = 0;
+    in_check += is_attacked(b, b.king_sq[b.side], b.xside);
+    const bool white = b.side == WHITE;
+    board walked = b;
+    make_detail::PreparedPosition prepared =
+        white ? make_detail::prepare_position<WHITE>(walked) : make_detail::prepare_position<BLACK>(walked);
+    const board prepared_board = walked;
+    for (int i = 0; i < l.count; ++i) {
+      const Move m = l.moves[i];
+      board plain = b;
+      undo u;
+      const bool answer = make(plain, m, u);
+      const bool made = white ? make_detail::make_prepared<WHITE>(walked, m, prepared)
+                              : make_detail::make_prepared<BLACK>(walked, m, prepared);
+      ASSERT_EQ(made, answer) << where << " move " << m;
+      ASSERT_TRUE(plain == walked) << where << " move " << m;
+      if (answer) {
+        unmake(walked, prepared.record);
+        ASSERT_TRUE(walked == prepared_board) << where << " move " << m;
+        legal[n++] = m;
+      }
+      ++(answer ? accepted : refused);
+    }
+  };
+  // Pins, checks, and en-passant captures that uncover the king along the
+  // row or, through the pawn taken, along a diagonal the capturing pawn
+  // does not stand on (the last two: White's and Black's).
+  const char* cases[] = {"4q2k/8/8/8/8/8/4R3/4K3 w - - 0 1",      "k3r3/8/8/8/Q7/8/6N1/4K3 w - - 0 1",
+                         "8/8/8/K2pP2r/8/8/8/7k w - d6 0 1",       "8/8/8/8/k2Pp2Q/8/8/4K3 b - d3 0 1",
+                         "7k/8/8/8/2b5/8/4PpK1/8 w - - 0 1",        "4k3/8/8/1b1pP3/8/8/6K1/8 w - d6 0 1",
+                         "k7/1b6/8/3pP3/8/5K2/8/8 w - d6 0 1",      "8/8/5k2/8/3Pp3/8/1B6/K7 b - d3 0 1"};
+  Move legal[MAX_MOVES];
+  int n = 0;
+  for (const char* fen : cases) {
+    check_position(from_fen(fen), fen, legal, n);
+    if (HasFatalFailure()) return;
+  }
+  // The last two: the en-passant capture is refused, the king's moves are not.
+  for (const char* fen : {cases[6], cases[7]}) {
+    const board b = from_fen(fen);
+    check_position(b, fen, legal, n);
+    for (int i = 0; i < n; ++i) EXPECT_NE(move_to(legal[i]), b.ep) << fen;
+    EXPECT_GT(n, 0) << fen;
+  }
+  // Then games of random legal moves from the suite's positions.
   constexpr int GAMES_PER_POSITION = 20, PLIES = 80;
   std::mt19937 rng(20261125);
-  int refused = 0, accepted = 0, in_check = 0;
   for (const auto& line : suite) {
     for (int game = 0; game < GAMES_PER_POSITION; ++game) {
       board b = from_fen(line.fen);
       for (int ply = 0; ply < PLIES; ++ply) {
-        MoveList l;
-        generate_all(b, l);
-        Move legal[MAX_MOVES];
-        int n = 0;
-        in_check += is_attacked(b, b.king_sq[b.side], b.xside);
-        const bool white = b.side == WHITE;
-        board walked = b;
-        make_detail::PreparedPosition prepared =
-            white ? make_detail::prepare_position<WHITE>(walked) : make_detail::prepare_position<BLACK>(walked);
-        const board prepared_board = walked;
-        for (int i = 0; i < l.count; ++i) {
-          const Move m = l.moves[i];
-          board plain = b;
-          undo u;
-          const bool answer = make(plain, m, u);
-          const bool made = white ? make_detail::make_prepared<WHITE>(walked, m, prepared)
-                                  : make_detail::make_prepared<BLACK>(walked, m, prepared);
-          ASSERT_EQ(made, answer) << line.fen << " ply " << ply << " move " << m;
-          ASSERT_TRUE(plain == walked) << line.fen << " ply " << ply << " move " << m;
-          if (answer) {
-            unmake(walked, prepared.record);
-            ASSERT_TRUE(walked == prepared_board) << line.fen << " ply " << ply << " move " << m;
-            legal[n++] = m;
-          }
-          ++(answer ? accepted : refused);
-        }
+        check_position(b, line.fen + " ply " + std::to_string(ply), legal, n);
+        if (HasFatalFailure()) return;
         if (n == 0) break;
         undo u;
         ASSERT_TRUE(make(b, legal[rng() % n], u));
