@@ -1,7 +1,9 @@
 // The colour-templated bodies of make and unmake, for the callers on the
 // hottest paths that know the side to move at compile time (the perft walk)
-// and would otherwise pay a call and a colour dispatch for every move.
-// make() and unmake() in makemove.cpp are these same bodies.
+// and would otherwise pay a call and a colour dispatch for every move, and
+// make's form for a position prepared once for all its moves (see
+// PreparedPosition). make() and unmake() in makemove.cpp are these same
+// bodies.
 #pragma once
 #include "position/board.h"
 #include "position/fen.h"
@@ -450,13 +452,8 @@ template <int C>
   b.occupied = b.white[BB_ALL] | b.black[BB_ALL];
 }
 
-// make's body, for a caller that knows nothing of the position, and for one
-// that has prepared it (the record taken back is then prep.record).
-template <int C>
-[[gnu::always_inline]] inline bool make_inline(board& b, const Move m, undo& u) {
-  return make_body<C, false>(b, m, u, PreparedPosition{});
-}
-
+// make's body for a caller that has prepared the position: the record to
+// take the move back with is then prep.record.
 template <int C>
 [[gnu::always_inline]] inline bool make_prepared(board& b, const Move m, PreparedPosition& prep) {
   return make_body<C, true>(b, m, prep.record, prep);
@@ -465,7 +462,7 @@ template <int C>
 // make and unmake proper: the compiler decides where these are inlined.
 template <int C>
 bool make_t(board& b, const Move m, undo& u) {
-  return make_inline<C>(b, m, u);
+  return make_body<C, false>(b, m, u, PreparedPosition{});
 }
 
 template <int C>
