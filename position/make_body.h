@@ -37,16 +37,23 @@ struct Side {
   static constexpr int long_corner = C == WHITE ? A1 : A8;
 };
 
+// Moves a piece of side C in the mailbox and the rotated boards; returns
+// the two squares' bits, for the bitboards the caller updates.
 template <int C>
-inline void move_rook(board& b, int from, int to) {
-  u64* own = b.bb(C);
+inline u64 relocate(board& b, int from, int to, int piece) {
   const SquareBits sf = square_bits(from), st = square_bits(to);
-  const u64 ft = sf.square() | st.square();
   toggle_rotated(b, sf, st);
   b.piece[from] = EMPTY;
   b.color[from] = NO_COLOR;
-  b.piece[to] = ROOK;
+  b.piece[to] = i8(piece);
   b.color[to] = u8(C);
+  return sf.square() | st.square();
+}
+
+template <int C>
+inline void move_rook(board& b, int from, int to) {
+  u64* own = b.bb(C);
+  const u64 ft = relocate<C>(b, from, to, ROOK);
   own[BB_ROOK] ^= ft;
   own[BB_ALL] ^= ft;
 }
@@ -393,14 +400,7 @@ template <int C>
   const int cap = move_captured(m), promo = move_promotion(m), pc = move_piece(m);
   u64* own = b.bb(C);
   u64* opp = b.bb(O);
-  const SquareBits sf = square_bits(from), st = square_bits(to);
-  const u64 ft = sf.square() | st.square();
-
-  toggle_rotated(b, sf, st);
-  b.piece[to] = EMPTY;
-  b.color[to] = NO_COLOR;
-  b.piece[from] = i8(pc);
-  b.color[from] = u8(C);
+  const u64 ft = relocate<C>(b, to, from, pc);
   if (unsigned(pc - KNIGHT) <= unsigned(QUEEN - KNIGHT)) {
     own[pc - 1] ^= ft;
     own[BB_ALL] ^= ft;
