@@ -58,8 +58,8 @@ inline void move_rook(board& b, int from, int to) {
   own[BB_ALL] ^= ft;
 }
 
-template <int C>
-void unmake_inline(board& b, const undo& u);
+template <int C, bool Prepared>
+void unmake_body(board& b, const undo& u);
 
 // Whether a move other than castling leaves the mover's king attacked,
 // decided before the board is touched. It answers the attack test on the
@@ -361,7 +361,7 @@ template <int C, bool Prepared>
   b.occupied = b.white[BB_ALL] | b.black[BB_ALL];
 
   if (tested_after && attacked_by<O>(b, b.king_sq[C])) {
-    unmake_inline<C>(b, u);
+    unmake_body<C, false>(b, u);
     return false;
   }
   if (b.castle != old_castle) b.key ^= zobrist_castle_ep[old_castle] ^ zobrist_castle_ep[b.castle];
@@ -377,8 +377,15 @@ template <int C, bool Prepared>
   return true;
 }
 
-template <int C>
-[[gnu::always_inline]] inline void unmake_inline(board& b, const undo& u) {
+// Unmake's body. Prepared: taking back a move made by make_prepared, with
+// every move made after it taken back already and nothing else written to
+// the board in between (the perft walk). The record's fields that only
+// some moves change are then restored only after those moves: in_check
+// (make never writes it), castled (castling), pawn_key (a pawn moved or
+// taken), phase and mat_key (a capture). Every other caller restores all
+// of them, since the search writes in_check for the position it reaches.
+template <int C, bool Prepared>
+[[gnu::always_inline]] inline void unmake_body(board& b, const undo& u) {
   using S = Side<C>;
   constexpr int O = C ^ 1;
   --b.hist_ply;
@@ -388,16 +395,25 @@ template <int C>
   b.fifty = i8(u.fifty);
   b.castle = u32(i32(i8(u.castle)));
   b.last_move = u.last_move;
-  b.phase = u.phase;
-  b.in_check = u.in_check;
-  b.castled[C] = u.castled;
   b.key = u.key;
-  b.pawn_key = u.pawn_key;
-  b.mat_key = u.mat_key;
+  if constexpr (!Prepared) {
+    b.phase = u.phase;
+    b.in_check = u.in_check;
+    b.castled[C] = u.castled;
+    b.pawn_key = u.pawn_key;
+    b.mat_key = u.mat_key;
+  }
 
   const Move m = u.move;
   const int from = move_from(m), to = move_to(m);
   const int cap = move_captured(m), promo = move_promotion(m), pc = move_piece(m);
+  if constexpr (Prepared) {
+    if (pc == PAWN || cap == PAWN) b.pawn_key = u.pawn_key;
+    if (cap) {
+      b.phase = u.phase;
+      b.mat_key = u.mat_key;
+    }
+  }
   u64* own = b.bb(C);
   u64* opp = b.bb(O);
   const u64 ft = relocate<C>(b, to, from, pc);
@@ -420,6 +436,7 @@ template <int C>
     own[BB_ALL] ^= ft;
     b.king_sq[C] = from;
     if (is_castling<C>(from, to, KING)) {
+      if constexpr (Prepared) b.castled[C] = u.castled;
       const bool is_short = to == S::home + 2;
       move_rook<C>(b, S::home + (is_short ? 1 : -1), is_short ? S::short_corner : S::long_corner);
     }
@@ -459,6 +476,13 @@ template <int C>
   return make_body<C, true>(b, m, prep.record, prep);
 }
 
+// Takes back a move make_prepared made (see unmake_body for what the caller
+// promises).
+template <int C>
+[[gnu::always_inline]] inline void unmake_prepared(board& b, const PreparedPosition& prep) {
+  unmake_body<C, true>(b, prep.record);
+}
+
 // make and unmake proper: the compiler decides where these are inlined.
 template <int C>
 bool make_t(board& b, const Move m, undo& u) {
@@ -467,7 +491,7 @@ bool make_t(board& b, const Move m, undo& u) {
 
 template <int C>
 void unmake_t(board& b, const undo& u) {
-  unmake_inline<C>(b, u);
+  unmake_body<C, false>(b, u);
 }
 
 }  // namespace orvo::make_detail

@@ -12,6 +12,35 @@ namespace {
 // One body for both colours; the side to move alternates with the level, so
 // each colour's walk calls the other's, and make and unmake are those of the
 // known colour, without a dispatch per move.
+// The counts of one level, kept apart from the table while the level's
+// moves are walked: the board's 64-bit fields could alias the table's, so
+// counts written through it would be stored and reloaded around every move.
+struct LevelCounts {
+  i64 moves = 0, captures = 0, ep = 0, promotions = 0, castles = 0;
+
+  void count(Move m, int ep_square) {
+    ++moves;
+    if (const int captured = move_captured(m)) {
+      ++captures;
+      if (captured == PAWN && move_to(m) == ep_square && move_piece(m) == PAWN) ++ep;
+    }
+    if (move_promotion(m)) ++promotions;
+    if (move_piece(m) == KING && std::abs(move_from(m) - move_to(m)) == 2) ++castles;
+  }
+  void add_to(PerftCounts& c, int level) const {
+    c.moves[level] += moves;
+    c.captures[level] += captures;
+    c.ep[level] += ep;
+    c.promotions[level] += promotions;
+    c.castles[level] += castles;
+  }
+};
+
+// One body for both colours; the side to move alternates with the level, so
+// each colour's walk calls the other's, and make and unmake are those of the
+// known colour, without a dispatch per move. The last level has a loop of
+// its own: with no walk below it, nothing has to outlive a call between a
+// move's make and its unmake.
 template <int C>
 void walk(board& b, int remaining, int level, PerftCounts& counts) {
   if (remaining == 0) return;
@@ -20,19 +49,24 @@ void walk(board& b, int remaining, int level, PerftCounts& counts) {
   const int ep = b.ep;
   make_detail::PreparedPosition prepared = make_detail::prepare_position<C>(b);
   const int count = list.count;  // read once: the board's writes could alias it
-  for (int i = 0; i < count; ++i) {
-    const Move m = list.moves[i];
-    if (!make_detail::make_prepared<C>(b, m, prepared)) continue;
-    if (const int captured = move_captured(m)) {
-      ++counts.captures[level];
-      if (captured == PAWN && move_to(m) == ep && move_piece(m) == PAWN) ++counts.ep[level];
+  LevelCounts here;
+  if (remaining == 1) {
+    for (int i = 0; i < count; ++i) {
+      const Move m = list.moves[i];
+      if (!make_detail::make_prepared<C>(b, m, prepared)) continue;
+      here.count(m, ep);
+      make_detail::unmake_prepared<C>(b, prepared);
     }
-    if (move_promotion(m)) ++counts.promotions[level];
-    if (move_piece(m) == KING && std::abs(move_from(m) - move_to(m)) == 2) ++counts.castles[level];
-    ++counts.moves[level];
-    if (remaining > 1) walk<C ^ 1>(b, remaining - 1, level + 1, counts);
-    make_detail::unmake_inline<C>(b, prepared.record);
+  } else {
+    for (int i = 0; i < count; ++i) {
+      const Move m = list.moves[i];
+      if (!make_detail::make_prepared<C>(b, m, prepared)) continue;
+      here.count(m, ep);
+      walk<C ^ 1>(b, remaining - 1, level + 1, counts);
+      make_detail::unmake_prepared<C>(b, prepared);
+    }
   }
+  here.add_to(counts, level);
 }
 
 }  // namespace
