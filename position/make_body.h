@@ -58,7 +58,12 @@ inline void move_rook(board& b, int from, int to) {
   own[BB_ALL] ^= ft;
 }
 
-template <int C, bool Prepared>
+// What a caller knows of the moves it makes: any move, or only moves of
+// the quiet generator, which take nothing. Knowing it at compile time
+// leaves every capture's branch out of make and unmake.
+enum class Taking { MAYBE, NEVER };
+
+template <int C, bool Prepared, Taking T = Taking::MAYBE>
 void unmake_body(board& b, const undo& u);
 
 // Whether a move other than castling leaves the mover's king attacked,
@@ -213,12 +218,13 @@ PreparedPosition prepare_position(board& b) {
   return p;
 }
 
-template <int C, bool Prepared>
+template <int C, bool Prepared, Taking T = Taking::MAYBE>
 [[gnu::always_inline]] inline bool make_body(board& b, const Move m, undo& u, const PreparedPosition& prep) {
   using S = Side<C>;
   constexpr int O = C ^ 1;
   const int from = move_from(m), to = move_to(m);
-  const int cap = move_captured(m), promo = move_promotion(m), pc = move_piece(m);
+  const int cap = T == Taking::NEVER ? 0 : move_captured(m);
+  const int promo = move_promotion(m), pc = move_piece(m);
   const SquareBits sf = square_bits(from), st = square_bits(to);
   u64* own = b.bb(C);
   u64* opp = b.bb(O);
@@ -361,7 +367,7 @@ template <int C, bool Prepared>
   b.occupied = b.white[BB_ALL] | b.black[BB_ALL];
 
   if (tested_after && attacked_by<O>(b, b.king_sq[C])) {
-    unmake_body<C, false>(b, u);
+    unmake_body<C, false, T>(b, u);
     return false;
   }
   if (b.castle != old_castle) b.key ^= zobrist_castle_ep[old_castle] ^ zobrist_castle_ep[b.castle];
@@ -384,7 +390,7 @@ template <int C, bool Prepared>
 // (make never writes it), castled (castling), pawn_key (a pawn moved or
 // taken), phase and mat_key (a capture). Every other caller restores all
 // of them, since the search writes in_check for the position it reaches.
-template <int C, bool Prepared>
+template <int C, bool Prepared, Taking T>
 [[gnu::always_inline]] inline void unmake_body(board& b, const undo& u) {
   using S = Side<C>;
   constexpr int O = C ^ 1;
@@ -406,7 +412,8 @@ template <int C, bool Prepared>
 
   const Move m = u.move;
   const int from = move_from(m), to = move_to(m);
-  const int cap = move_captured(m), promo = move_promotion(m), pc = move_piece(m);
+  const int cap = T == Taking::NEVER ? 0 : move_captured(m);
+  const int promo = move_promotion(m), pc = move_piece(m);
   if constexpr (Prepared) {
     if (pc == PAWN || cap == PAWN) b.pawn_key = u.pawn_key;
     if (cap) {
@@ -471,16 +478,16 @@ template <int C, bool Prepared>
 
 // make's body for a caller that has prepared the position: the record to
 // take the move back with is then prep.record.
-template <int C>
+template <int C, Taking T = Taking::MAYBE>
 [[gnu::always_inline]] inline bool make_prepared(board& b, const Move m, PreparedPosition& prep) {
-  return make_body<C, true>(b, m, prep.record, prep);
+  return make_body<C, true, T>(b, m, prep.record, prep);
 }
 
 // Takes back a move make_prepared made (see unmake_body for what the caller
 // promises).
-template <int C>
+template <int C, Taking T = Taking::MAYBE>
 [[gnu::always_inline]] inline void unmake_prepared(board& b, const PreparedPosition& prep) {
-  unmake_body<C, true>(b, prep.record);
+  unmake_body<C, true, T>(b, prep.record);
 }
 
 // make and unmake proper: the compiler decides where these are inlined.

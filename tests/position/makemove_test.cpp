@@ -341,6 +341,25 @@ TEST(MakeMove, EvasionTargetsNeverShutOutALegalMove) {
   EXPECT_GT(answers, 5000);
 }
 
+namespace {
+
+// make and unmake as the perft walk calls them on a prepared position: the
+// quiet generator's moves through the bodies that know they take nothing.
+template <int C>
+bool make_walked(board& b, Move m, make_detail::PreparedPosition& p, bool quiet) {
+  return quiet ? make_detail::make_prepared<C, make_detail::Taking::NEVER>(b, m, p)
+               : make_detail::make_prepared<C>(b, m, p);
+}
+template <int C>
+void unmake_walked(board& b, const make_detail::PreparedPosition& p, bool quiet) {
+  if (quiet)
+    make_detail::unmake_prepared<C, make_detail::Taking::NEVER>(b, p);
+  else
+    make_detail::unmake_prepared<C>(b, p);
+}
+
+}  // namespace
+
 // The perft walk prepares each position once (the king's state, and the
 // undo record but for the move) and then makes every move of it through
 // make's body with that preparation, taking each back with the unmake that
@@ -357,7 +376,8 @@ TEST(MakeMove, PreparingThePositionChangesNoAnswer) {
   // go to legal.
   auto check_position = [&](const board& b, const std::string& where, Move* legal, int& n) {
     MoveList l;
-    generate_all(b, l);
+    const int captures = generate_captures(b, l);
+    generate_quiets(b, l);
     n = 0;
     in_check += is_attacked(b, b.king_sq[b.side], b.xside);
     const bool white = b.side == WHITE;
@@ -370,15 +390,19 @@ TEST(MakeMove, PreparingThePositionChangesNoAnswer) {
       board plain = b;
       undo u;
       const bool answer = make(plain, m, u);
-      const bool made = white ? make_detail::make_prepared<WHITE>(walked, m, prepared)
-                              : make_detail::make_prepared<BLACK>(walked, m, prepared);
+      const bool quiet = i >= captures;
+      if (quiet) {
+        ASSERT_EQ(move_captured(m), 0) << where << " move " << m;
+      }
+      const bool made = white ? make_walked<WHITE>(walked, m, prepared, quiet)
+                              : make_walked<BLACK>(walked, m, prepared, quiet);
       ASSERT_EQ(made, answer) << where << " move " << m;
       ASSERT_TRUE(plain == walked) << where << " move " << m;
       if (answer) {
         if (white)
-          make_detail::unmake_prepared<WHITE>(walked, prepared);
+          unmake_walked<WHITE>(walked, prepared, quiet);
         else
-          make_detail::unmake_prepared<BLACK>(walked, prepared);
+          unmake_walked<BLACK>(walked, prepared, quiet);
         ASSERT_TRUE(walked == prepared_board) << where << " move " << m;
         legal[n++] = m;
       }
