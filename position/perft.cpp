@@ -42,9 +42,9 @@ struct LevelCounts {
 template <int C>
 void walk(board& b, int remaining, int level, PerftCounts& counts);
 
-// One stretch of a level's list, in list order. The last level has a loop
-// of its own: with no walk below it, nothing has to outlive a call between
-// a move's make and its unmake.
+// One stretch of a level's list, in list order, whose moves are all of
+// kind T. The last level has a loop of its own: with no walk below it,
+// nothing has to outlive a call between a move's make and its unmake.
 template <int C, Taking T>
 void walk_moves(board& b, const Move* moves, int n, int remaining, int level, PerftCounts& counts,
                 PreparedPosition& prepared, LevelCounts& here, int ep) {
