@@ -43,27 +43,28 @@ template <int C>
 void walk(board& b, int remaining, int level, PerftCounts& counts);
 
 // One stretch of a level's list, in list order, whose moves are all of
-// kind T. The last level has a loop of its own: with no walk below it,
+// kind T. The last level is an instance of its own: with no walk below it,
 // nothing has to outlive a call between a move's make and its unmake.
-template <int C, Taking T>
+template <int C, Taking T, bool Last>
 void walk_moves(board& b, const Move* moves, int n, int remaining, int level, PerftCounts& counts,
                 PreparedPosition& prepared, LevelCounts& here, int ep) {
-  if (remaining == 1) {
-    for (int i = 0; i < n; ++i) {
-      const Move m = moves[i];
-      if (!make_detail::make_prepared<C, T>(b, m, prepared)) continue;
-      here.count<T>(m, ep);
-      make_detail::unmake_prepared<C, T>(b, prepared);
-    }
-  } else {
-    for (int i = 0; i < n; ++i) {
-      const Move m = moves[i];
-      if (!make_detail::make_prepared<C, T>(b, m, prepared)) continue;
-      here.count<T>(m, ep);
-      walk<C ^ 1>(b, remaining - 1, level + 1, counts);
-      make_detail::unmake_prepared<C, T>(b, prepared);
-    }
+  for (int i = 0; i < n; ++i) {
+    const Move m = moves[i];
+    if (!make_detail::make_prepared<C, T>(b, m, prepared)) continue;
+    here.count<T>(m, ep);
+    if constexpr (!Last) walk<C ^ 1>(b, remaining - 1, level + 1, counts);
+    make_detail::unmake_prepared<C, T>(b, prepared);
   }
+}
+
+// Both stretches of a level's list: the capture generator's moves, then the
+// quiet generator's, which take nothing.
+template <int C, bool Last>
+void walk_list(board& b, const MoveList& list, int captures, int count, int remaining, int level,
+               PerftCounts& counts, PreparedPosition& prepared, LevelCounts& here, int ep) {
+  walk_moves<C, Taking::MAYBE, Last>(b, list.moves, captures, remaining, level, counts, prepared, here, ep);
+  walk_moves<C, Taking::NEVER, Last>(b, list.moves + captures, count - captures, remaining, level, counts,
+                                     prepared, here, ep);
 }
 
 // One body for both colours; the side to move alternates with the level, so
@@ -81,9 +82,10 @@ void walk(board& b, int remaining, int level, PerftCounts& counts) {
   const int ep = b.ep;
   PreparedPosition prepared = make_detail::prepare_position<C>(b);
   LevelCounts here;
-  walk_moves<C, Taking::MAYBE>(b, list.moves, captures, remaining, level, counts, prepared, here, ep);
-  walk_moves<C, Taking::NEVER>(b, list.moves + captures, count - captures, remaining, level, counts,
-                               prepared, here, ep);
+  if (remaining == 1)
+    walk_list<C, true>(b, list, captures, count, remaining, level, counts, prepared, here, ep);
+  else
+    walk_list<C, false>(b, list, captures, count, remaining, level, counts, prepared, here, ep);
   here.add_to(counts, level);
 }
 

@@ -43,6 +43,21 @@ void for_each_move_near(const std::string& fen, Visit visit) {
   }
 }
 
+// make and unmake as the perft walk calls them on a prepared position: the
+// quiet generator's moves through the bodies that know they take nothing.
+template <int C>
+bool make_walked(board& b, Move m, make_detail::PreparedPosition& p, bool quiet) {
+  return quiet ? make_detail::make_prepared<C, make_detail::Taking::NEVER>(b, m, p)
+               : make_detail::make_prepared<C>(b, m, p);
+}
+template <int C>
+void unmake_walked(board& b, const make_detail::PreparedPosition& p, bool quiet) {
+  if (quiet)
+    make_detail::unmake_prepared<C, make_detail::Taking::NEVER>(b, p);
+  else
+    make_detail::unmake_prepared<C>(b, p);
+}
+
 }  // namespace
 
 TEST(MakeMove, DoublePushSetsEnPassantOnlyBesideAnEnemyPawn) {
@@ -340,25 +355,6 @@ TEST(MakeMove, EvasionTargetsNeverShutOutALegalMove) {
   EXPECT_GT(positions_in_check, 5000);
   EXPECT_GT(answers, 5000);
 }
-
-namespace {
-
-// make and unmake as the perft walk calls them on a prepared position: the
-// quiet generator's moves through the bodies that know they take nothing.
-template <int C>
-bool make_walked(board& b, Move m, make_detail::PreparedPosition& p, bool quiet) {
-  return quiet ? make_detail::make_prepared<C, make_detail::Taking::NEVER>(b, m, p)
-               : make_detail::make_prepared<C>(b, m, p);
-}
-template <int C>
-void unmake_walked(board& b, const make_detail::PreparedPosition& p, bool quiet) {
-  if (quiet)
-    make_detail::unmake_prepared<C, make_detail::Taking::NEVER>(b, p);
-  else
-    make_detail::unmake_prepared<C>(b, p);
-}
-
-}  // namespace
 
 // The perft walk prepares each position once (the king's state, and the
 // undo record but for the move) and then makes every move of it through
