@@ -21,7 +21,7 @@ int knights_of(board& b, const pawn_record& pawns) {
   const u64* own = S::own(b);
   const u64 knights = own[BB_KNIGHT];
   if (!knights) return 0;
-  const int enemy_king = king_square(b, S::them);
+  const u8* const tropism = knight_pressure[king_square(b, S::them)];
   int s = 0, pressure = 0, mob = 0;
   // Knights on outposts are few: counted apart from the walk over all.
   if (b.phase != 2)
@@ -31,7 +31,7 @@ int knights_of(board& b, const pawn_record& pawns) {
   for (u64 set = knights; set;) {
     const int sq = pop_lsb(set);
     s += knight_table[sq];
-    pressure += knight_tropism[king_distance[sq][enemy_king]];
+    pressure += tropism[sq];
     mob += mobility(knight_attacks[sq] & reach);
   }
   b.king_attack[S::them] += pressure;
@@ -60,7 +60,7 @@ int bishops_of(board& b, const pawn_record& pawns, int pawns_on_board) {
   const u64* own = S::own(b);
   const u64 bishops = own[BB_BISHOP];
   if (!bishops) return 0;
-  const int enemy_king = king_square(b, S::them);
+  const u8* const tropism = bishop_pressure[king_square(b, S::them)];
   int s = 0, pressure = 0, mob = 0;
   // Bishops on outposts or trap squares are few: counted apart from the
   // walk over all.
@@ -76,7 +76,7 @@ int bishops_of(board& b, const pawn_record& pawns, int pawns_on_board) {
   for (u64 set = bishops; set;) {
     const int sq = pop_lsb(set);
     s += bishop_table[sq];
-    pressure += bishop_tropism[king_distance[sq][enemy_king]];
+    pressure += tropism[sq];
     mob += mobility(bishop_attacks(b, sq) & reach);
   }
   if (popcount(bishops) == 2) s += 50 - pawns_on_board;
@@ -104,8 +104,9 @@ int rooks_of(board& b, const pawn_record& pawns) {
   const u64* own = S::own(b);
   const u64 rooks = own[BB_ROOK];
   if (!rooks) return 0;
-  const int enemy_king = king_square(b, S::them);
   const int own_king = king_square(b, C);
+  const u8* const closed_tropism = rook_pressure[0][king_square(b, S::them)];
+  const u8* const open_tropism = rook_pressure[1][king_square(b, S::them)];
   const unsigned open = pawns.open_files, half_open = half_open_of(pawns, C);
   // Open files are half-open as well.
   const u64 open_squares = squares_of_files(open), half_open_squares = squares_of_files(half_open);
@@ -127,10 +128,7 @@ int rooks_of(board& b, const pawn_record& pawns) {
     const int sq = pop_lsb(set);
     s += rook_table[sq];
     // A closed file gives no file tropism.
-    const int file_dist = (half_open & (1u << (sq & 7))) ? file_distance(sq, enemy_king) : 7;
-    const int by_file = rook_file_tropism[file_dist];
-    const int by_king = rook_tropism[king_distance[sq][enemy_king]];
-    pressure += by_file > by_king ? by_file : by_king;
+    pressure += ((half_open >> (sq & 7)) & 1) ? open_tropism[sq] : closed_tropism[sq];
   }
   b.king_attack[S::them] += pressure;
   return S::sign * s;
@@ -140,7 +138,7 @@ template <int C>
 int queens_of(board& b) {
   using S = colour<C>;
   const u64* own = S::own(b);
-  const int enemy_king = king_square(b, S::them);
+  const u8* const tropism = queen_pressure[king_square(b, S::them)];
   // Deliberate: the wrong-wing test looks at the Black king for both
   // colours. For a White queen that is the enemy king; a Black queen is
   // judged against its own king.
@@ -153,11 +151,7 @@ int queens_of(board& b) {
     const int f = sq & 7;
     s += queen_table[sq];
     if (many_pawns && ((f <= 1 && wing_king_file >= 5) || (f >= 6 && wing_king_file <= 2))) s -= 30;
-    if (!(own[BB_PAWN] & queen_forward[C][sq])) {
-      const int by_file = queen_file_tropism[file_distance(sq, enemy_king)];
-      const int by_king = queen_tropism[king_distance[sq][enemy_king]];
-      pressure += by_file > by_king ? by_file : by_king;
-    }
+    if (!(own[BB_PAWN] & queen_forward[C][sq])) pressure += tropism[sq];
   }
   b.king_attack[S::them] += pressure;
   return S::sign * s;

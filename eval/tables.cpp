@@ -13,12 +13,18 @@ u64 support_mask[2][64];
 u8 king_distance[64][64];
 u64 king_zone[64];
 u64 queen_forward[2][64];
+u8 knight_pressure[64][64];
+u8 bishop_pressure[64][64];
+u8 rook_pressure[2][64][64];
+u8 queen_pressure[64][64];
 
 int danger[16][16];
 
 namespace {
 
 int abs_diff(int a, int b) { return a > b ? a - b : b - a; }
+
+u8 larger(int a, int b) { return u8(a > b ? a : b); }
 
 }  // namespace
 
@@ -65,6 +71,17 @@ void build_piece_masks() {
     queen_forward[WHITE][sq] = ray[NORTH][sq];
     queen_forward[BLACK][sq] = ray[SOUTH][sq];
   }
+  // A closed file's rook takes the file tropism of distance 7.
+  constexpr int CLOSED_FILE_DISTANCE = 7;
+  for (int king = 0; king < 64; ++king)
+    for (int sq = 0; sq < 64; ++sq) {
+      const int by_king = king_distance[sq][king], by_file = abs_diff(sq & 7, king & 7);
+      knight_pressure[king][sq] = u8(knight_tropism[by_king]);
+      bishop_pressure[king][sq] = u8(bishop_tropism[by_king]);
+      rook_pressure[0][king][sq] = larger(rook_file_tropism[CLOSED_FILE_DISTANCE], rook_tropism[by_king]);
+      rook_pressure[1][king][sq] = larger(rook_file_tropism[by_file], rook_tropism[by_king]);
+      queen_pressure[king][sq] = larger(queen_file_tropism[by_file], queen_tropism[by_king]);
+    }
 }
 
 void build_danger_table() {

@@ -255,6 +255,17 @@ extern u64 support_mask[2][64];
 extern u8 king_distance[64][64];
 extern u64 king_zone[64];
 extern u64 queen_forward[2][64];
+// The king tropism of a piece by the enemy king's square and its own, the
+// tropism tables above looked up through the distances once at start-up:
+// the evaluation adds one entry per piece instead of finding a distance
+// and then its value. Each enemy king square is one row of 64 bytes.
+extern u8 knight_pressure[64][64];
+extern u8 bishop_pressure[64][64];
+// [0]: the rook's file is closed (no file tropism); [1]: half-open or open,
+// the larger of the file and the king-distance tropism.
+extern u8 rook_pressure[2][64][64];
+// The larger of the queen's file and king-distance tropism.
+extern u8 queen_pressure[64][64];
 
 // Builder 3, the danger table: T[shelter][attack].
 extern int danger[16][16];

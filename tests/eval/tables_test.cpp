@@ -263,6 +263,32 @@ TEST_F(eval_tables, BuiltMasks) {
   EXPECT_EQ(queen_forward[WHITE][sq("d8")], 0u);
 }
 
+// The tropism by enemy king square and piece square, worked out by hand
+// from the distance tables typed in above.
+TEST_F(eval_tables, TropismByKingAndPieceSquare) {
+  EXPECT_EQ(knight_pressure[sq("g5")][sq("e4")], 3);  // king distance 2
+  EXPECT_EQ(knight_pressure[sq("g8")][sq("b1")], 0);  // 7
+  EXPECT_EQ(knight_pressure[sq("a8")][sq("d5")], 2);  // 3
+  EXPECT_EQ(bishop_pressure[sq("g8")][sq("e6")], 2);  // 2
+  EXPECT_EQ(bishop_pressure[sq("g8")][sq("c4")], 0);  // 4
+  EXPECT_EQ(bishop_pressure[sq("g8")][sq("d5")], 1);  // 3
+  // A rook on a closed file: the king distance alone.
+  EXPECT_EQ(rook_pressure[0][sq("d8")][sq("d1")], 0);  // distance 7
+  EXPECT_EQ(rook_pressure[0][sq("b2")][sq("a1")], 3);  // 1
+  EXPECT_EQ(rook_pressure[0][sq("g8")][sq("e6")], 2);  // 2
+  // On a half-open file: the larger of the file and the king distance.
+  EXPECT_EQ(rook_pressure[1][sq("d8")][sq("d1")], 3);  // file distance 0
+  EXPECT_EQ(rook_pressure[1][sq("g8")][sq("e1")], 1);  // file distance 2, king distance 7
+  EXPECT_EQ(rook_pressure[1][sq("b2")][sq("a1")], 3);  // file 2 against king 3
+  EXPECT_EQ(rook_pressure[1][sq("h8")][sq("a1")], 0);  // both 7
+  // The queen: the larger of the file and the king distance.
+  EXPECT_EQ(queen_pressure[sq("e8")][sq("e2")], 3);  // file distance 0, king distance 6
+  EXPECT_EQ(queen_pressure[sq("g8")][sq("d1")], 0);  // file 3, king 7
+  EXPECT_EQ(queen_pressure[sq("g8")][sq("e6")], 3);  // king distance 2
+  EXPECT_EQ(queen_pressure[sq("g8")][sq("f7")], 4);  // king distance 1
+  EXPECT_EQ(queen_pressure[sq("g8")][sq("c4")], 1);  // king distance 4
+}
+
 TEST_F(eval_tables, BuildingAgainChangesNothing) {
   int before[16][16];
   std::copy(&danger[0][0], &danger[0][0] + 256, &before[0][0]);
