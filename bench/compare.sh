@@ -23,7 +23,8 @@
 # "median ratio" is the median over the rounds of the two builds' ratio in
 # each round, the steadier figure where the machine's speed drifts.
 # Where valgrind is installed, the instructions each build executes for
-# perft 5 and for orvo bench 5 follow: exact counts, the same on every run.
+# perft 5, for orvo bench 5 and for the whole eval_bench follow: exact
+# counts, the same on every run.
 set -u -o pipefail
 me=$(basename "$0")
 [ $# -ge 1 ] || { echo "usage: $me BASE [ROUNDS]" >&2; exit 2; }
@@ -141,7 +142,7 @@ printf '%-10s %16s %16s %8.2f   (stockfish go perft 6: %s s; its time over ours)
 # Instructions executed, counted by valgrind: the same on every run whatever
 # else the machine does, so a change of a few per cent shows, where the
 # timings above cannot show it. Startup (tables, the hash table) is taken
-# off by subtracting a run of depth 1.
+# off by subtracting a run of depth 1; eval_bench is counted whole.
 instructions() {  # instructions ORVO ARGS... (with standard input from the caller)
     valgrind --tool=cachegrind --cache-sim=no --cachegrind-out-file=/dev/null "$@" 2>&1 >/dev/null |
         awk '/I +refs:/ { gsub(",", "", $NF); print $NF }'
@@ -153,11 +154,16 @@ bench_instructions() {  # instructions of orvo bench DEPTH (nothing before "orvo
     (cd "$scratch" && "$1/engine/orvo" bench 1 </dev/null 2>/dev/null | tail -1 | grep -q ' nps$') || return 0
     (cd "$scratch" && instructions "$1/engine/orvo" bench "$2" </dev/null)
 }
+eval_instructions() {  # instructions of the whole eval_bench (its rounds are fixed)
+    [ "$2" = 1 ] && { echo 0; return; }  # nothing to take off: its set-up is a few tables
+    (cd "$scratch" && instructions "$1/bench/eval/eval_bench" </dev/null)
+}
 if command -v valgrind >/dev/null; then
     scratch=$(mktemp -d)
     printf '\n%-10s %16s %16s %8s\n' instructions base current "base/current"
-    for m in perft bench; do
-        deep=5
+    for m in perft bench eval; do
+        deep=5 label="$m 5"
+        [ "$m" = eval ] && label=eval_bench
         declare -A count=()
         for side in base current; do
             a=$(${m}_instructions "$out/$side" $deep) z=$(${m}_instructions "$out/$side" 1)
@@ -165,9 +171,9 @@ if command -v valgrind >/dev/null; then
             [ -n "$a" ] && [ -n "$z" ] && count[$side]=$((a - z))
         done
         if [ "${count[base]}" = - ] || [ "${count[current]}" = - ]; then
-            printf '%-10s %16s %16s %8s\n' "$m $deep" "${count[base]}" "${count[current]}" -
+            printf '%-10s %16s %16s %8s\n' "$label" "${count[base]}" "${count[current]}" -
         else
-            printf '%-10s %16s %16s %8.3f\n' "$m $deep" "${count[base]}" "${count[current]}" \
+            printf '%-10s %16s %16s %8.3f\n' "$label" "${count[base]}" "${count[current]}" \
                 "$(echo "${count[base]} / ${count[current]}" | bc -l)"
         fi
     done
