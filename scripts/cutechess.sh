@@ -34,7 +34,8 @@ find_cutechess() {
 
 opponent_args() {
     case $1 in
-        fairymax) opponent=(name=fairymax cmd=/usr/games/fairymax proto=xboard) ;;
+        # Without address space randomisation: see scripts/opponents.sh.
+        fairymax) opponent=(name=fairymax cmd=setarch arg=-R arg=/usr/games/fairymax proto=xboard) ;;
         phalanx) opponent=(name=phalanx cmd=/usr/games/phalanx arg=-l- arg=-b- proto=xboard) ;;
         glaurung) opponent=(name=glaurung cmd=/usr/games/glaurung proto=uci option.Threads=1 option.Hash=16
                             option.OwnBook=false) ;;

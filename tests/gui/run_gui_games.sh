@@ -107,6 +107,7 @@ note() {
 ensure_tools() {
     local pair cmd
     source "$(dirname "$0")/../../scripts/packages.sh"
+    source "$(dirname "$0")/../../scripts/opponents.sh"
     need_packages xboard polyglot xvfb "$opponent" >/dev/null || die "cannot install the GUI's packages"
     for pair in xboard:xboard polyglot:polyglot Xvfb:xvfb "$opponent":"$opponent"; do
         cmd=${pair%%:*}
@@ -201,7 +202,7 @@ else
 fi
 xb_args=(
     "${engine_args[@]}"
-    -scp "$opponent" -sd "$opponent_dir"
+    -scp "$(opponent_command "$opponent")" -sd "$opponent_dir"
     -matchGames "$games" -matchPause 1000
     -timeControl "$tc" -timeIncrement "$inc"
     -autoCallFlag true

@@ -295,6 +295,8 @@ export PATH="/usr/games:$PATH"
 xb=$work/xboard
 mkdir -p "$xb/home" "$xb/fairymax"
 source "$src/scripts/xvfb.sh"
+source "$src/scripts/opponents.sh"
+fairymax=$(opponent_command fairymax)
 # xboard's first start after the installation: with no settings file yet it
 # reads every plugin file and adds their engines to its list, which it
 # saves on leaving. It leaves after a one-game match of fairymax against
@@ -305,7 +307,7 @@ settings=$xb/xboardrc
   work=$xb
   start_xvfb
   (cd "$xb" && HOME=$xb/home exec setsid xboard -settingsFile "$settings" -saveSettingsFile "$settings" \
-    -saveSettingsOnExit true -fcp fairymax -fd "$xb/fairymax" -scp fairymax -sd "$xb/fairymax" \
+    -saveSettingsOnExit true -fcp "$fairymax" -fd "$xb/fairymax" -scp "$fairymax" -sd "$xb/fairymax" \
     -matchGames 1 -loadPositionFile "$xb/mate.fen" -popupExitMessage false -soundMove "") \
     </dev/null >"$xb/first-start.log" 2>&1 &
   xb_pid=$!
