@@ -129,9 +129,11 @@ TEST_F(SharedBook, UciPlaysBookMovesAtOnceThenSearches) {
     moves += coordinate(m);
   }
   RecordProperty("book_moves", book_moves);
-  // A depth of 10 moves gives up to 20 book moves before the search.
+  // No upper bound: the book is built from the first 10 moves of each
+  // game, but the probe knows positions, not plies, and a walk through the
+  // book's moves can reach a recorded position again later by another move
+  // order (24 book moves were once seen); each of them was checked above.
   EXPECT_GE(book_moves, 2);
-  EXPECT_LE(book_moves, 20);
   EXPECT_TRUE(searched);
   s.send("quit");
   EXPECT_EQ(s.wait_exit(10), 0);
@@ -238,8 +240,8 @@ TEST_F(SharedBook, XboardPlaysBookMovesAtOnceThenSearches) {
     command = "usermove " + coordinate(reply);
   }
   RecordProperty("book_moves", book_moves);
+  // No upper bound, for the same reason as in the UCI game above.
   EXPECT_GE(book_moves, 2);
-  EXPECT_LE(book_moves, 10);
   EXPECT_TRUE(searched);
   s.send("quit");
   EXPECT_EQ(s.wait_exit(10), 0);
