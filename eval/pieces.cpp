@@ -104,9 +104,9 @@ int rooks_of(board& b, const pawn_record& pawns) {
   const u64* own = S::own(b);
   const u64 rooks = own[BB_ROOK];
   if (!rooks) return 0;
-  const int own_king = king_square(b, C);
-  const u8* const closed_tropism = rook_pressure[0][king_square(b, S::them)];
-  const u8* const open_tropism = rook_pressure[1][king_square(b, S::them)];
+  const int own_king = king_square(b, C), enemy_king = king_square(b, S::them);
+  const u8* const closed_tropism = rook_pressure[0][enemy_king];
+  const u8* const open_tropism = rook_pressure[1][enemy_king];
   const unsigned open = pawns.open_files, half_open = half_open_of(pawns, C);
   // Open files are half-open as well.
   const u64 open_squares = squares_of_files(open), half_open_squares = squares_of_files(half_open);

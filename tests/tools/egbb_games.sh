@@ -59,10 +59,10 @@ done
 games=$(wc -l <"$work/start.epd")
 
 echo "$me: $games games, Orvo (White) against fairymax, tc $tc"
-# fairymax without address space randomisation: see scripts/opponents.sh.
+opponent_args fairymax
 run_cutechess "$work" $((games * 60 + 120)) \
   -engine name=Orvo cmd="$orvo" dir="$work" proto=uci \
-  -engine name=Fairy-Max cmd=setarch arg=-R arg=fairymax proto=xboard \
+  -engine "${opponent[@]}" \
   -each tc="$tc" \
   -openings file="$work/start.epd" format=epd order=sequential \
   -noswap -games 1 -rounds "$games"
